@@ -1,0 +1,3 @@
+#include "platform/CStringArray.h"
+
+CInvalidArgException::~CInvalidArgException() = default;
