@@ -24,6 +24,9 @@ install(FILES
   ${PROJECT_BINARY_DIR}/TunivoxPlayerConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/TunivoxPlayer)
 
+# The .pc file finds its prefix relative to itself, so an installed tree can be moved.
+file(RELATIVE_PATH TUNIVOX_PC_PREFIX_FROM_PCDIR
+  /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tunivoxplayer.pc.in
   ${PROJECT_BINARY_DIR}/tunivoxplayer.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tunivoxplayer.pc
