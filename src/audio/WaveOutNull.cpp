@@ -24,6 +24,7 @@ public:
     MMRESULT Open(const WAVEFORMATEX& format) override
     {
         m_format = format;
+        m_bDead = m_options.nDieAfterBlocks == 0;
         if (!m_options.strCaptureFile.empty()) {
             m_pCaptureFile = std::fopen(m_options.strCaptureFile.c_str(), "wb");
             if (!m_pCaptureFile)
