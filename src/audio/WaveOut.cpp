@@ -233,6 +233,11 @@ MMRESULT waveOutClose(HWAVEOUT device)
 
 MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume)
 {
+    // No handle: the default device's level, which the next device opened starts with.
+    if (!device) {
+        g_dwLastVolume.store(volume);
+        return MMSYSERR_NOERROR;
+    }
     std::shared_ptr<CWaveOutDevice> found = Find(device);
     if (!found)
         return MMSYSERR_INVALHANDLE;
@@ -243,6 +248,12 @@ MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume)
 
 MMRESULT waveOutGetVolume(HWAVEOUT device, DWORD* volume)
 {
+    if (!device) {
+        if (!volume)
+            return MMSYSERR_INVALPARAM;
+        *volume = g_dwLastVolume.load();
+        return MMSYSERR_NOERROR;
+    }
     std::shared_ptr<CWaveOutDevice> found = Find(device);
     if (!found)
         return MMSYSERR_INVALHANDLE;

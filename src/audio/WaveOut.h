@@ -44,6 +44,7 @@ TUNIVOX_EXPORT MMRESULT waveOutReset(HWAVEOUT device);
 TUNIVOX_EXPORT MMRESULT waveOutClose(HWAVEOUT device);
 // Volume: left level in the low word, right level in the high word, 0xFFFF = full. The last value
 // set also becomes the starting volume of devices opened later, as a system mixer would keep it.
+// A null handle addresses the default device: its level is read or set without an open device.
 TUNIVOX_EXPORT MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume);
 TUNIVOX_EXPORT MMRESULT waveOutGetVolume(HWAVEOUT device, DWORD* volume);
 
