@@ -68,14 +68,26 @@ void CDragListBoxEx::InsertItems(CStringArray& texts, CDWordArray& data, int nIn
     const bool multi = IsMultiSelection();
     if (multi)
         SetSel(-1, FALSE);
+    // Selecting item by item while inserting costs a selection update per row; the items are
+    // collected and selected together at the end, with the same result.
+    QList<QListWidgetItem*> inserted;
     for (int i = 0; i < texts.GetSize(); ++i) {
         const int pos = IsSorted() ? AddString(texts[i]) : InsertString(nIndex + i, texts[i]);
         SetItemData(pos, data[i]);
-        if (multi)
-            SetSel(pos, TRUE);
-        else
-            SetCurSel(pos);
+        inserted.append(item(pos));
     }
+    if (inserted.isEmpty())
+        return;
+    if (!multi) {
+        SetCurSel(row(inserted.last()));
+        return;
+    }
+    QItemSelection selection;
+    for (QListWidgetItem* it : inserted) {
+        const QModelIndex index = indexFromItem(it);
+        selection.select(index, index);
+    }
+    selectionModel()->select(selection, QItemSelectionModel::Select);
 }
 
 void CDragListBoxEx::RenumberList(CStringArray& texts, CDWordArray& data)
