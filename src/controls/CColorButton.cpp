@@ -11,6 +11,15 @@ CColorButton::CColorButton(QWidget* parent) : QPushButton(parent)
     connect(this, &QPushButton::clicked, this, &CColorButton::ShowPopup);
 }
 
+CColorButton::~CColorButton()
+{
+    // An open popup is our child; it must not call back into a button that is half destroyed.
+    if (m_pPopup) {
+        m_pPopup->disconnect(this);
+        delete m_pPopup.data();
+    }
+}
+
 void CColorButton::SetColour(COLORREF crColour)
 {
     m_crColour = crColour;

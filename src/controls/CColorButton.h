@@ -20,6 +20,7 @@ class TUNIVOX_EXPORT CColorButton : public QPushButton
 
 public:
     explicit CColorButton(QWidget* parent = nullptr);
+    ~CColorButton() override;
 
     COLORREF GetColour() const { return m_crColour; }
     void SetColour(COLORREF crColour);

@@ -43,8 +43,9 @@ void Show(const QCursor& cursor)
 
 void ShowDragCursor()
 {
-    static const QCursor cursor = MakeDragCursor();
-    Show(cursor);
+    // Never destroyed: a pixmap must not outlive the application object at exit.
+    static const QCursor* cursor = new QCursor(MakeDragCursor());
+    Show(*cursor);
 }
 
 void ShowNoDropCursor()
