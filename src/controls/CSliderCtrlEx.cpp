@@ -167,7 +167,7 @@ void CSliderCtrlEx::StepTo(int nPos, unsigned code)
 
 void CSliderCtrlEx::mousePressEvent(QMouseEvent* e)
 {
-    if (m_bSuppressDefault || e->button() != Qt::LeftButton) {
+    if (e->button() != Qt::LeftButton) {
         e->accept();
         return;
     }
@@ -186,7 +186,7 @@ void CSliderCtrlEx::mousePressEvent(QMouseEvent* e)
 
 void CSliderCtrlEx::mouseMoveEvent(QMouseEvent* e)
 {
-    if (m_bSuppressDefault || !m_bTracking)
+    if (!m_bTracking)
         return;
     const int pos = PosFromX(e->position().x() - m_dGrabOffset);
     if (pos != m_nPos)
@@ -195,7 +195,7 @@ void CSliderCtrlEx::mouseMoveEvent(QMouseEvent* e)
 
 void CSliderCtrlEx::mouseReleaseEvent(QMouseEvent* e)
 {
-    if (m_bSuppressDefault || e->button() != Qt::LeftButton || !m_bTracking)
+    if (e->button() != Qt::LeftButton || !m_bTracking)
         return;
     m_bTracking = false;
     update();
@@ -205,8 +205,9 @@ void CSliderCtrlEx::mouseReleaseEvent(QMouseEvent* e)
 
 void CSliderCtrlEx::wheelEvent(QWheelEvent* e)
 {
+    // Suppressed: the wheel goes on to the parent, so scrolling past a position slider never seeks.
     if (m_bSuppressDefault) {
-        e->accept();
+        e->ignore();
         return;
     }
     const int delta = e->angleDelta().y() != 0 ? e->angleDelta().y() : e->angleDelta().x();
@@ -223,10 +224,6 @@ void CSliderCtrlEx::wheelEvent(QWheelEvent* e)
 
 void CSliderCtrlEx::keyPressEvent(QKeyEvent* e)
 {
-    if (m_bSuppressDefault) {
-        e->accept();
-        return;
-    }
     switch (e->key()) {
     case Qt::Key_Left:
     case Qt::Key_Up: StepTo(m_nPos - m_nLineSize, TB_LINEUP); break;
@@ -243,10 +240,6 @@ void CSliderCtrlEx::keyPressEvent(QKeyEvent* e)
 
 void CSliderCtrlEx::keyReleaseEvent(QKeyEvent* e)
 {
-    if (m_bSuppressDefault) {
-        e->accept();
-        return;
-    }
     // One TB_ENDTRACK when the stepping key is let go (auto-repeat releases do not count).
     if (m_bKeyStepping && !e->isAutoRepeat()) {
         m_bKeyStepping = false;

@@ -5,8 +5,9 @@
 // while moving, then TB_THUMBPOSITION and TB_ENDTRACK on release; keys and the wheel send their
 // step code followed by TB_ENDTRACK. A press on the channel moves the thumb there and starts a drag.
 //
-// With m_bSuppressDefault set, mouse, wheel and key input return at once without default handling,
-// so the owner can hold the slider still (e.g. while nothing is playing).
+// With m_bSuppressDefault set, the wheel handler returns at once without default handling and lets
+// the event go on to the parent: the player sets it on its position slider, where a wheel turn
+// meant for the window around it must never seek. Mouse and keys work as usual.
 //
 // Threading: user-interface thread only.
 

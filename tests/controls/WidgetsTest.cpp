@@ -94,23 +94,23 @@ TEST(SliderCtrlEx, KeysAndWheelSendTheirStepCodeThenEndTrack)
     EXPECT_EQ(f.codes, (Codes{{TB_LINEDOWN, 1}, {TB_ENDTRACK, 1}}));
 }
 
-TEST(SliderCtrlEx, SuppressedSliderIgnoresEveryInput)
+TEST(SliderCtrlEx, SuppressedSliderPassesTheWheelOnButKeepsMouseAndKeys)
 {
     CSliderFixture f;
     f.slider.SetSuppressDefault(true);
-    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(0.9));
-    QTest::mouseMove(&f.slider, f.PointOf(0.95));
-    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(0.95));
-    QTest::keyClick(&f.slider, Qt::Key_End);
     QWheelEvent wheel(QPointF(10, 10), f.slider.mapToGlobal(QPointF(10, 10)), {}, {0, 120}, Qt::NoButton, {},
                       Qt::NoScrollPhase, false);
     QApplication::sendEvent(&f.slider, &wheel);
     EXPECT_TRUE(f.codes.empty());
+    EXPECT_FALSE(wheel.isAccepted()) << "the parent gets the wheel";
     EXPECT_EQ(f.slider.GetPos(), 20);
 
-    f.slider.SetSuppressDefault(false);
     QTest::keyClick(&f.slider, Qt::Key_End);
     EXPECT_EQ(f.slider.GetPos(), 100);
+    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(0.5));
+    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(0.5));
+    EXPECT_NEAR(f.slider.GetPos(), 50, 3);
+    EXPECT_EQ(f.codes.back().first, TB_ENDTRACK);
 }
 
 TEST(SliderCtrlEx, RangeClampsThePosition)
