@@ -12,7 +12,7 @@
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
 
-#include "song/MpegAudio.h"
+#include "song/AudioStream.h"
 #include "song/TagLibText.h"
 
 namespace {
@@ -172,7 +172,7 @@ void ReadId3v2Frames(const TagLib::ID3v2::Tag& tag, TagItems& items, CMp3Song& s
 bool ReadMpeg(const QByteArray& fileName, TagItems& items, CMp3Song& song)
 {
     TagLib::MPEG::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
-    if (!HoldsMpegAudio(file) || !ReadProperties(file.audioProperties(), song))
+    if (!HoldsAudioStream(file) || !ReadProperties(file.audioProperties(), song))
         return false;
     const unsigned int combinedTrack = ReadMainItems(file.tag(), items);
     if (file.hasID3v1Tag()) {
@@ -196,7 +196,7 @@ bool ReadMpeg(const QByteArray& fileName, TagItems& items, CMp3Song& song)
 bool ReadWav(const QByteArray& fileName, TagItems& items, CMp3Song& song)
 {
     TagLib::RIFF::WAV::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
-    if (!file.isValid() || !ReadProperties(file.audioProperties(), song))
+    if (!HoldsAudioStream(file) || !ReadProperties(file.audioProperties(), song))
         return false;
     ReadMainItems(file.tag(), items);
     if (file.hasID3v2Tag())

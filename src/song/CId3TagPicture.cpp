@@ -10,7 +10,7 @@
 #include <taglib/mpegfile.h>
 #include <taglib/wavfile.h>
 
-#include "song/MpegAudio.h"
+#include "song/AudioStream.h"
 #include "song/TagLibText.h"
 
 namespace {
@@ -38,7 +38,7 @@ int ExtractFromId3v2(const TagLib::ID3v2::Tag& tag, const QString& outputPath, i
 int ExtractFromMpeg(const QByteArray& fileName, const QString& outputPath, int pictureType)
 {
     TagLib::MPEG::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
-    if (!HoldsMpegAudio(file) || !file.hasID3v2Tag())
+    if (!HoldsAudioStream(file) || !file.hasID3v2Tag())
         return 0;
     return ExtractFromId3v2(*file.ID3v2Tag(), outputPath, pictureType);
 }
@@ -46,7 +46,7 @@ int ExtractFromMpeg(const QByteArray& fileName, const QString& outputPath, int p
 int ExtractFromWav(const QByteArray& fileName, const QString& outputPath, int pictureType)
 {
     TagLib::RIFF::WAV::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
-    if (!file.isValid() || !file.hasID3v2Tag())
+    if (!HoldsAudioStream(file) || !file.hasID3v2Tag())
         return 0;
     return ExtractFromId3v2(*file.ID3v2Tag(), outputPath, pictureType);
 }
