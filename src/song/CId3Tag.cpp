@@ -352,7 +352,9 @@ CMp3Song CId3Tag::ReadTag(const QString& path, const QString& /*picturePath*/)
         if (readToEnd)
             StoreItems(items, path, m_song);
     } catch (const std::exception&) {
-        // A corrupt file that makes TagLib give up (e.g. an absurd allocation) reads as unreadable.
+        // A corrupt file that makes TagLib give up (an absurd allocation, say) reads as unreadable:
+        // the empty record, not a half-filled one.
+        m_song = CMp3Song();
     }
     return m_song;
 }

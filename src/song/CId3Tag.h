@@ -1,7 +1,8 @@
 #pragma once
 // Reads one audio file's tags, audio properties and embedded pictures into a CMp3Song, through
 // TagLib. The container is chosen by the name's extension: mp3, wav, flac, m4a, wma (in that order).
-// Reading never throws and never reports: an unreadable file yields an empty record.
+// Reading never throws and never reports: an unreadable file yields an empty record (not even the
+// path); a file type it does not know yields a record holding only the path.
 //
 // Threading: a CId3Tag is a short-lived local object, used by one thread. Separate objects may read
 // on separate threads at the same time; TagLib keeps no shared mutable state for these classes.
