@@ -25,40 +25,42 @@ namespace {
 
 constexpr int kCorpusSize = 2000;
 
+// Copies of the short fixtures, each retagged so that no two files are alike; removed at exit.
 struct Corpus
 {
+    Corpus();
     QTemporaryDir folder;
     std::vector<QString> paths;
 };
 
-// Copies of the short fixtures, each retagged so that no two files are alike.
+Corpus::Corpus()
+{
+    const char* sources[] = { "noise-22k-mono.mp3", "chord-44k-stereo-vbr.mp3", "short-44k-stereo.wav",
+                              "chord-44k-stereo.flac", "tone-48k-mono.m4a", "tone-22k-mono.wma" };
+    for (int n = 0; n < kCorpusSize; ++n) {
+        const QString source = QStringLiteral(TUNIVOX_FIXTURE_DIR "/") + QLatin1String(sources[n % 6]);
+        const QString path = folder.filePath(
+            QStringLiteral("song-%1.%2").arg(n, 4, 10, QLatin1Char('0')).arg(source.section(QLatin1Char('.'), -1)));
+        if (!QFile::copy(source, path))
+            throw std::runtime_error("cannot copy " + source.toStdString());
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        TagLib::FileRef file(QFile::encodeName(path).constData());
+        if (file.isNull())
+            throw std::runtime_error("cannot tag " + path.toStdString());
+        file.tag()->setTitle(TagLib::String::number(n) + " title");
+        file.tag()->setArtist("Corpus Artist");
+        file.tag()->setAlbum(TagLib::String("Album ") + TagLib::String::number(n / 12));
+        file.tag()->setTrack(static_cast<unsigned int>(n % 12 + 1));
+        file.tag()->setYear(static_cast<unsigned int>(1960 + n % 60));
+        file.save();
+        paths.push_back(path);
+    }
+}
+
 const Corpus& SharedCorpus()
 {
-    static Corpus* corpus = [] {
-        auto* built = new Corpus;
-        const char* sources[] = { "noise-22k-mono.mp3", "chord-44k-stereo-vbr.mp3", "short-44k-stereo.wav",
-                                  "chord-44k-stereo.flac", "tone-48k-mono.m4a", "tone-22k-mono.wma" };
-        for (int n = 0; n < kCorpusSize; ++n) {
-            const QString source = QStringLiteral(TUNIVOX_FIXTURE_DIR "/") + QLatin1String(sources[n % 6]);
-            const QString path = built->folder.filePath(
-                QStringLiteral("song-%1.%2").arg(n, 4, 10, QLatin1Char('0')).arg(source.section(QLatin1Char('.'), -1)));
-            if (!QFile::copy(source, path))
-                throw std::runtime_error("cannot copy " + source.toStdString());
-            QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-            TagLib::FileRef file(QFile::encodeName(path).constData());
-            if (file.isNull())
-                throw std::runtime_error("cannot tag " + path.toStdString());
-            file.tag()->setTitle(TagLib::String::number(n) + " title");
-            file.tag()->setArtist("Corpus Artist");
-            file.tag()->setAlbum(TagLib::String("Album ") + TagLib::String::number(n / 12));
-            file.tag()->setTrack(static_cast<unsigned int>(n % 12 + 1));
-            file.tag()->setYear(static_cast<unsigned int>(1960 + n % 60));
-            file.save();
-            built->paths.push_back(path);
-        }
-        return built;
-    }();
-    return *corpus;
+    static const Corpus corpus;
+    return corpus;
 }
 
 // The plain loop's sink: text kept as UTF-8, as a caller of TagLib would keep it.

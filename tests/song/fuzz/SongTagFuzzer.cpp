@@ -24,10 +24,15 @@ const QString& ScratchFolder()
     return folder;
 }
 
+void RemoveScratchFolder() { QDir(ScratchFolder()).removeRecursively(); }
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    // Registered after the folder's name exists, so it runs before that string is destroyed.
+    static const bool cleanupRegistered = (ScratchFolder(), std::atexit(RemoveScratchFolder) == 0);
+    (void)cleanupRegistered;
     if (size < 1)
         return 0;
     static const char* const kExtensions[] = { "mp3", "wav", "flac", "m4a", "wma" };
