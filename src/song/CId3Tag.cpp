@@ -361,6 +361,5 @@ CMp3Song CId3Tag::ReadTag(const QString& path, const QString& /*picturePath*/)
 
 int CId3Tag::HasExtension(const QString& path, const QString& ext)
 {
-    const QString needle = QLatin1Char('.') + ext.toLower();
-    return path.toLower().contains(needle) ? 1 : 0;
+    return path.contains(QLatin1Char('.') + ext, Qt::CaseInsensitive) ? 1 : 0;
 }
