@@ -1,6 +1,7 @@
 #include "platform/TypedSettings.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
 #include <QSettings>
@@ -226,6 +227,13 @@ CTypedSettings::CTypedSettings(const QString& filePath)
 {
     const QString path = filePath.isEmpty() ? DefaultFilePath() : filePath;
     QDir().mkpath(QFileInfo(path).absolutePath());
+    // QSettings keeps parsed files in a process-wide cache and does not parse an unchanged file
+    // again, so a damaged file is recognised here, before anything could write over it.
+    QFile file(path);
+    if (file.exists()) {
+        QSettings::SettingsMap map;
+        m_bDamaged = !file.open(QIODevice::ReadOnly) || !ParseTypedSettingsText(file.readAll(), map);
+    }
     m_pSettings = std::make_unique<QSettings>(path, TypedFormat());
 }
 
@@ -243,11 +251,13 @@ QString CTypedSettings::FilePath() const
 
 bool CTypedSettings::IsUsable() const
 {
-    return m_pSettings->status() == QSettings::NoError;
+    return !m_bDamaged && m_pSettings->status() == QSettings::NoError;
 }
 
 QString CTypedSettings::ErrorText() const
 {
+    if (m_bDamaged)
+        return QStringLiteral("the settings file %1 is damaged or unreadable").arg(FilePath());
     switch (m_pSettings->status()) {
     case QSettings::NoError: return QString();
     case QSettings::AccessError: return QStringLiteral("cannot access the settings file %1").arg(FilePath());

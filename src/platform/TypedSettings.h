@@ -27,7 +27,7 @@ inline constexpr DWORD REG_BINARY = 3;
 inline constexpr DWORD REG_DWORD = 4;
 inline constexpr DWORD REG_DWORD_BIG_ENDIAN = 5;
 
-struct TypedValue
+struct TUNIVOX_EXPORT TypedValue
 {
     DWORD dwType = REG_NONE;
     QByteArray data; // REG_DWORD: 4 bytes little-endian; REG_DWORD_BIG_ENDIAN: 4 bytes big-endian;
@@ -72,6 +72,7 @@ private:
     static QString GroupOf(const QString& key);
 
     std::unique_ptr<QSettings> m_pSettings;
+    bool m_bDamaged = false;
 };
 
 // The text format (exposed for tests): one "[key]" line per key, then "name"=value lines with values

@@ -7,8 +7,9 @@
 #include <QPushButton>
 
 #include "platform/ColorRef.h"
+#include "tunivox_export.h"
 
-class CLocalColourButton : public QPushButton
+class TUNIVOX_EXPORT CLocalColourButton : public QPushButton
 {
     Q_OBJECT
 public:
