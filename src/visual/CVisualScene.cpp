@@ -5,6 +5,7 @@
 #include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 #include <QOpenGLTexture>
+#include <array>
 
 #include "visual/LyricsText.h"
 #include "visual/VisualImages.h"
@@ -24,28 +25,32 @@ void main()
 }
 )";
 
+// One program per kind of quad: branches and discards in a shared shader cost llvmpipe every pixel.
 // Lyrics rows scrolled outside the texture are transparent rather than repeated edge rows.
 const char* const kFragmentShader = R"(
 #ifdef GL_ES
 precision mediump float;
 #endif
 uniform sampler2D uTex;
-uniform bool uTextured;
 uniform vec4 uColor;
 uniform float uAlpha;
 varying vec2 vUv;
 void main()
 {
-    if (!uTextured) {
-        gl_FragColor = vec4(uColor.rgb, uColor.a * uAlpha);
-    } else {
-        if (vUv.y < 0.0 || vUv.y > 1.0)
-            discard;
-        vec4 t = texture2D(uTex, vUv);
-        gl_FragColor = vec4(t.rgb, t.a * uAlpha);
-    }
+#if defined(TEXTURED)
+#if defined(CLIPPED)
+    if (vUv.y < 0.0 || vUv.y > 1.0)
+        discard;
+#endif
+    vec4 t = texture2D(uTex, vUv);
+    gl_FragColor = vec4(t.rgb, t.a * uAlpha);
+#else
+    gl_FragColor = vec4(uColor.rgb, uColor.a * uAlpha);
+#endif
 }
 )";
+
+const char* const kProgramDefines[] = {"", "#define TEXTURED\n", "#define TEXTURED\n#define CLIPPED\n"};
 
 constexpr float kArrowIdleAlpha = 0x80 / 255.0f;
 
@@ -71,7 +76,8 @@ CVisualScene::~CVisualScene()
         for (auto* texture : {&m_pArtTexture, &m_pBackgroundTexture, &m_pLyricsTexture, &m_pUpArrow, &m_pDownArrow})
             (void)texture->release();
         (void)m_pVertices.release();
-        (void)m_pProgram.release();
+        for (auto& program : m_programs)
+            (void)program.release();
     }
 }
 
@@ -81,17 +87,22 @@ bool CVisualScene::CreateDeviceResources()
     if (!context)
         return false;
     m_pGL = context->functions();
-    auto program = std::make_unique<QOpenGLShaderProgram>();
-    if (!program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)
-        || !program->addShaderFromSourceCode(QOpenGLShader::Fragment, kFragmentShader)) {
-        qWarning("visualization: shader compilation failed: %s", qPrintable(program->log()));
-        return false;
-    }
-    program->bindAttributeLocation("aPos", 0);
-    program->bindAttributeLocation("aUv", 1);
-    if (!program->link()) {
-        qWarning("visualization: shader link failed: %s", qPrintable(program->log()));
-        return false;
+    std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> programs;
+    for (size_t i = 0; i < programs.size(); ++i) {
+        auto program = std::make_unique<QOpenGLShaderProgram>();
+        if (!program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)
+            || !program->addShaderFromSourceCode(QOpenGLShader::Fragment,
+                                                 QByteArray(kProgramDefines[i]) + kFragmentShader)) {
+            qWarning("visualization: shader compilation failed: %s", qPrintable(program->log()));
+            return false;
+        }
+        program->bindAttributeLocation("aPos", 0);
+        program->bindAttributeLocation("aUv", 1);
+        if (!program->link()) {
+            qWarning("visualization: shader link failed: %s", qPrintable(program->log()));
+            return false;
+        }
+        programs[i] = std::move(program);
     }
     auto vertices = std::make_unique<QOpenGLBuffer>(QOpenGLBuffer::VertexBuffer);
     if (!vertices->create())
@@ -100,7 +111,8 @@ bool CVisualScene::CreateDeviceResources()
     vertices->bind();
     vertices->allocate(16 * static_cast<int>(sizeof(float)));
     vertices->release();
-    m_pProgram = std::move(program);
+    m_programs = std::move(programs);
+    m_pProgram = m_programs[0].get();
     m_pVertices = std::move(vertices);
     UploadImage(m_pUpArrow, VisualArrowImage(true));
     UploadImage(m_pDownArrow, VisualArrowImage(false));
@@ -120,7 +132,9 @@ void CVisualScene::ReleaseDeviceResources()
     m_pUpArrow.reset();
     m_pDownArrow.reset();
     m_pVertices.reset();
-    m_pProgram.reset();
+    m_pProgram = nullptr;
+    for (auto& program : m_programs)
+        program.reset();
     m_bLyricsTextureValid = false;
     m_state.nLyricsPage = -100;
 }
@@ -307,25 +321,30 @@ void CVisualScene::AdvanceSlideShow(float fSeconds)
 }
 
 void CVisualScene::DrawQuad(const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
-                            ARGBCOLOR clrColour, float fAlpha, float fVOffset)
+                            ARGBCOLOR clrColour, float fAlpha, float fVOffset, bool bClip)
 {
     const float x0 = static_cast<float>(r.left), x1 = static_cast<float>(r.right);
     const float y0 = static_cast<float>(r.top), y1 = static_cast<float>(r.bottom);
     const float vertices[16] = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
+    QOpenGLShaderProgram* program = m_programs[pTexture ? (fVOffset != 0.0f || bClip ? 2 : 1) : 0].get();
+    if (program != m_pBound) {
+        program->bind();
+        program->setUniformValue("uViewport", m_viewport);
+        m_pBound = program;
+    }
     m_pVertices->bind();
     m_pVertices->write(0, vertices, sizeof(vertices));
-    m_pProgram->enableAttributeArray(0);
-    m_pProgram->enableAttributeArray(1);
-    m_pProgram->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
-    m_pProgram->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
-    m_pProgram->setUniformValue("uTextured", pTexture != nullptr);
-    m_pProgram->setUniformValue("uColor", QColor::fromRgba(clrColour));
-    m_pProgram->setUniformValue("uAlpha", fAlpha);
-    m_pProgram->setUniformValue("uVOffset", fVOffset);
+    program->enableAttributeArray(0);
+    program->enableAttributeArray(1);
+    program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
+    program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
+    program->setUniformValue("uColor", QColor::fromRgba(clrColour));
+    program->setUniformValue("uAlpha", fAlpha);
+    program->setUniformValue("uVOffset", fVOffset);
     if (pTexture) {
         m_pGL->glActiveTexture(GL_TEXTURE0);
         pTexture->bind();
-        m_pProgram->setUniformValue("uTex", 0);
+        program->setUniformValue("uTex", 0);
     }
     m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     if (pTexture)
@@ -360,7 +379,7 @@ void CVisualScene::RenderLyrics(float fSeconds)
     quad.top = box.top;
     quad.bottom = box.bottom;
     DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
-             LyricsTexOffset(m_state.scroll.fOffset, h, page));
+             LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
     DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
     DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
@@ -396,8 +415,8 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
         m_pPlugin->Render(info);
     }
 
-    m_pProgram->bind();
-    m_pProgram->setUniformValue("uViewport", QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height())));
+    m_viewport = QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height()));
+    m_pBound = nullptr;
     if (!pluginMode && m_pBackgroundTexture) {
         m_pGL->glDisable(GL_BLEND);
         DrawQuad(VisualRect{0, 0, size.width(), size.height()},
@@ -413,5 +432,6 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
     if (m_state.bArtShown && m_pArtTexture)
         DrawQuad(m_state.rcArt, {}, m_pArtTexture.get(), 0,
                  static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
-    m_pProgram->release();
+    if (m_pBound)
+        m_pBound->release();
 }

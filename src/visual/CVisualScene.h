@@ -11,6 +11,8 @@
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <QVector2D>
+#include <array>
 #include <functional>
 #include <memory>
 
@@ -46,6 +48,7 @@ struct VisualSceneState
     int nRebuilds = 0;
     float fMeasuredFPS = 0.0f;
     long long nFrames = 0;
+    long long nOffPaceFrames = 0; // frames whose interval missed the frame time by more than 2 ms
 };
 
 class CVisualScene
@@ -94,13 +97,14 @@ public:
     void SetTitleSink(std::function<void(const QString&)> sink) { m_titleSink = std::move(sink); }
 
     const VisualSceneState& State() const { return m_state; }
+    void CountOffPace() { ++m_state.nOffPaceFrames; }
 
 private:
     void LoadArt();
     void LoadBackground();
     void UploadImage(std::unique_ptr<QOpenGLTexture>& texture, const QImage& image);
     void DrawQuad(const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture, ARGBCOLOR clrColour,
-                  float fAlpha, float fVOffset = 0.0f);
+                  float fAlpha, float fVOffset = 0.0f, bool bClip = false);
     void RenderLyrics(float fSeconds);
     bool ArtShown() const;
     bool LyricsShown() const;
@@ -115,7 +119,10 @@ private:
     float m_fShownFPS = 0.0f;
     float m_fSlideShowElapsed = 0.0f;
 
-    std::unique_ptr<QOpenGLShaderProgram> m_pProgram;
+    std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> m_programs; // colour, texture, clipped texture
+    QOpenGLShaderProgram* m_pProgram = nullptr;                      // set while resources exist
+    QOpenGLShaderProgram* m_pBound = nullptr;
+    QVector2D m_viewport;
     std::unique_ptr<QOpenGLBuffer> m_pVertices;
     std::unique_ptr<QOpenGLTexture> m_pArtTexture;
     std::unique_ptr<QOpenGLTexture> m_pBackgroundTexture;

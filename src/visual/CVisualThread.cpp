@@ -301,7 +301,10 @@ int CVisualThread::Run()
         if (fAccumulated > fFrameTime) {
             // Keep the overshoot (at most one frame) so the average interval is the frame time.
             fAccumulated = std::min(fAccumulated - fFrameTime, fFrameTime);
-            RenderOneFrame(m_frameTimer.Tick(NowSeconds()));
+            const float fFrameSeconds = m_frameTimer.Tick(NowSeconds());
+            if (std::abs(fFrameSeconds - fFrameTime) > 0.002f)
+                m_pScene->CountOffPace();
+            RenderOneFrame(fFrameSeconds);
             PublishState();
         } else {
             // swapBuffers does not wait for the display here, so the loop paces itself: sleep up to
