@@ -11,7 +11,7 @@
 #include <QSlider>
 #include <algorithm>
 
-#include "visual/CLocalColourButton.h"
+#include "controls/CColorButton.h"
 #include "visual/VisualImages.h"
 
 using namespace VisualOptions;
@@ -78,9 +78,9 @@ COptionsDlg::COptionsDlg(QWidget* parent) : QDialog(parent)
     m_pSize->setEditable(true);
     m_pSize->setInsertPolicy(QComboBox::NoInsert);
     m_pSize->lineEdit()->setMaxLength(4);
-    m_pFontColour = new CLocalColourButton(this);
+    m_pFontColour = new CColorButton(this);
     m_pFontColour->setObjectName(IdName(IDC_FONT_COLOUR));
-    m_pBoxColour = new CLocalColourButton(this);
+    m_pBoxColour = new CColorButton(this);
     m_pBoxColour->setObjectName(IdName(IDC_BOX_COLOUR));
     m_pSlideShow = MakeSlider(IDC_SLIDESHOW, 1, 15, this);
     m_pSlideShowLabel = MakeLabel(IDC_SLIDESHOW_LABEL, this);
@@ -123,8 +123,8 @@ COptionsDlg::COptionsDlg(QWidget* parent) : QDialog(parent)
     for (auto [slider, id] : {std::pair{m_pSlideShow, int(IDC_SLIDESHOW)}, std::pair{m_pSpeed, int(IDC_SPEED)},
                               std::pair{m_pArt, int(IDC_ART_TRANSPARENCY)}, std::pair{m_pBox, int(IDC_BOX_TRANSPARENCY)}})
         connect(slider, &QSlider::valueChanged, this, [this, id = id](int pos) { OnSliderMoved(id, pos); });
-    connect(m_pFontColour, &CLocalColourButton::ColourChanged, this, &COptionsDlg::OnColourChanged);
-    connect(m_pBoxColour, &CLocalColourButton::ColourChanged, this, &COptionsDlg::OnColourChanged);
+    connect(m_pFontColour, &CColorButton::ColourChanged, this, &COptionsDlg::OnColourChanged);
+    connect(m_pBoxColour, &CColorButton::ColourChanged, this, &COptionsDlg::OnColourChanged);
     connect(m_pFace, &QComboBox::activated, this, &COptionsDlg::OnFaceSelected);
     connect(m_pFace->lineEdit(), &QLineEdit::textEdited, this, &COptionsDlg::OnFaceTyped);
     connect(m_pSize, &QComboBox::activated, this, &COptionsDlg::OnSizeSelected);

@@ -15,7 +15,7 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QSlider;
-class CLocalColourButton;
+class CColorButton;
 
 class TUNIVOX_EXPORT COptionsDlg : public QDialog
 {
@@ -57,8 +57,8 @@ private:
 
     QComboBox* m_pFace = nullptr;
     QComboBox* m_pSize = nullptr;
-    CLocalColourButton* m_pFontColour = nullptr;
-    CLocalColourButton* m_pBoxColour = nullptr;
+    CColorButton* m_pFontColour = nullptr;
+    CColorButton* m_pBoxColour = nullptr;
     QSlider* m_pSlideShow = nullptr;
     QSlider* m_pSpeed = nullptr;
     QSlider* m_pArt = nullptr;

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/TestFolders.h"
-#include "visual/CLocalColourButton.h"
+#include "controls/CColorButton.h"
 #include "visual/COptionsDlg.h"
 #include "visual/VisualSettings.h"
 
@@ -172,8 +172,8 @@ TEST(OptionsDialog, PickedColourMakesBothColoursOpaque)
     dlg.m_settings.m_clrFont = 0x80112233;
     dlg.m_settings.m_clrLyricsBox = 0x14445566;
     dlg.show();
-    auto* fontButton = Child<CLocalColourButton>(dlg, COptionsDlg::IDC_FONT_COLOUR);
-    auto* boxButton = Child<CLocalColourButton>(dlg, COptionsDlg::IDC_BOX_COLOUR);
+    auto* fontButton = Child<CColorButton>(dlg, COptionsDlg::IDC_FONT_COLOUR);
+    auto* boxButton = Child<CColorButton>(dlg, COptionsDlg::IDC_BOX_COLOUR);
     EXPECT_EQ(fontButton->GetColour(), RGB(0x11, 0x22, 0x33)) << "red and blue swapped, alpha dropped";
     EXPECT_EQ(boxButton->GetColour(), RGB(0x44, 0x55, 0x66));
     fontButton->SetColour(RGB(0xAA, 0xBB, 0xCC));
