@@ -69,6 +69,8 @@ DemoWindow::DemoWindow()
     splitter->setStretchFactor(1, 1);
     setCentralWidget(splitter);
     m_player->Init();
+    // The control starts with room for 5000 entries; a host clears the list before it loads songs.
+    m_player->ClearPlayList();
 
     QToolBar* actions = addToolBar(tr("Playlist"));
     actions->setMovable(false);
@@ -223,6 +225,11 @@ void DemoWindow::OnSongStarted()
 {
     const QString path = m_player->GetPlayingFileName();
     m_nowPlaying->ShowSong(path);
+    for (int i = 0; i < m_player->count(); ++i) {
+        QFont font = m_player->item(i)->font();
+        font.setBold(i == m_player->GetCurrentIndex());
+        m_player->item(i)->setFont(font);
+    }
     setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
 }
 

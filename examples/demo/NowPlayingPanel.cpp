@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QPainter>
+#include <QPainterPath>
 #include <QVBoxLayout>
 
 #include "platform/Folders.h"

@@ -9,6 +9,7 @@
 #include "audio/CAudioPlayer.h"
 #include "controls/CSliderCtrlEx.h"
 #include "platform/Folders.h"
+#include "platform/StringConv.h"
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerToolbar.h"
 #include "player/SubstringIndex.h"

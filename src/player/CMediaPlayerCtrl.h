@@ -31,8 +31,11 @@
 #include <sys/types.h>
 
 #include "controls/CInterDragListBox.h"
+#include "controls/CSliderCtrlEx.h"
 #include "controls/PlaylistArrays.h"
 #include "platform/CStringArray.h"
+#include "platform/ProcessList.h"
+#include "player/CMediaPlayerToolbar.h"
 #include "platform/ProcessRunner.h"
 #include "song/CMp3Song.h"
 #include "tunivox_export.h"
@@ -40,8 +43,6 @@
 
 class CAudioPlayer;
 class CMediaPlayerWnd;
-class CMediaPlayerToolbar;
-class CSliderCtrlEx;
 class CSubstringIndex;
 class CVisualThread;
 

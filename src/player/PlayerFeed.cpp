@@ -123,7 +123,7 @@ void CMediaPlayerCtrl::StartVisualThread(bool bSetTitle)
     thread->SetPlayerCtrl(this);
     if (bSetTitle)
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
-    thread->ResumeThread();
+    thread->start();
 }
 
 void CMediaPlayerCtrl::StopVisualThread()

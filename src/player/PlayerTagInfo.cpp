@@ -18,11 +18,16 @@ int CMediaPlayerCtrl::GetMp3TagInfo(const QString& path)
         CStringArray arts;
         SetLyrics("");
         SetArts(&arts);
-        const QString folder = m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder;
+        QString folder = m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder;
+        if (!folder.isEmpty() && !EnsurePrivateFolder(folder))
+            folder.clear();
         const QString picture = QString::asprintf("%s%s%d%s", folder.toUtf8().constData(), "_tmpPlayerPic_", n, ".jpg");
         if (!m_strPicturePath.isEmpty() && m_strPicturePath != picture)
             m_stalePictures.append(m_strPicturePath);
         m_strPicturePath = picture;
+        // The same number can come up again (the generator is seeded with the time): never show an
+        // earlier song's picture for this one.
+        QFile::remove(picture);
         m_song = tag.ReadTag(path, picture);
         if (!tag.ExtractPicture(m_song, picture, kPictureTypeFrontCover))
             tag.ExtractPicture(m_song, picture, kPictureTypeOther);

@@ -1,5 +1,6 @@
 // Transport and progress: starting, pausing, stopping and stepping through the playlist, the progress
 // timer with the end-of-song advance, seeking from the position slider, and the volume.
+#include <QCoreApplication>
 #include <ctime>
 
 #include "audio/CAudioPlayer.h"

@@ -109,8 +109,8 @@ TEST(Playlist, ClearPlayListEmptiesEverythingAndNotifiesTheHost)
 {
     PlayerFixture f;
     f.Add({QStringLiteral("tone-44k-stereo.mp3")});
-    int signals = 0;
-    QObject::connect(f.ctrl, &CMediaPlayerCtrl::playlistCleared, [&] { ++signals; });
+    int notified = 0;
+    QObject::connect(f.ctrl, &CMediaPlayerCtrl::playlistCleared, [&] { ++notified; });
     f.ctrl->ClearPlayList();
     QCoreApplication::processEvents();
     EXPECT_EQ(f.ctrl->count(), 0);
@@ -119,7 +119,7 @@ TEST(Playlist, ClearPlayListEmptiesEverythingAndNotifiesTheHost)
     EXPECT_EQ(f.ctrl->m_nAdded, 0);
     EXPECT_EQ(f.host->Count(WM_PLAYER_LIST_CLEARED), 1);
     EXPECT_EQ(f.host->wParams.value(0), 77u);
-    EXPECT_EQ(signals, 1);
+    EXPECT_EQ(notified, 1);
 }
 
 TEST(Playlist, ClearFileArrayRemovesEverySecondEntryOfTheTail)
