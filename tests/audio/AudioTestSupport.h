@@ -1,0 +1,54 @@
+#pragma once
+// Shared pieces of the engine tests: reference decodes by the ffmpeg command-line tool, the null
+// device set up as the wave mapper, and bounded waits on the engine's flags.
+
+#include <QByteArray>
+#include <QString>
+#include <functional>
+#include <memory>
+
+#include "audio/CAudioPlayer.h"
+#include "audio/WaveOut.h"
+
+namespace tunivox::test {
+
+inline constexpr int kBlockBytes = 2048;
+inline constexpr double kUnitsPerByte = 10000000.0 / 176400.0;
+
+// `ffmpeg -i FILE -f s16le -ar 44100 -ac 2 -` of the file (empty on failure).
+QByteArray ReferencePcm(const QString& path);
+
+// Makes the null device the wave mapper for the scope, capturing into memory.
+class ScopedNullDevice
+{
+public:
+    explicit ScopedNullDevice(double speed = 0.0, long dieAfterBlocks = -1, MMRESULT openResult = MMSYSERR_NOERROR);
+    ~ScopedNullDevice();
+    std::shared_ptr<CWaveMemoryCapture> Capture() const { return m_pCapture; }
+    QByteArray Captured() const;
+
+private:
+    WaveMapperOptions m_previous;
+    std::shared_ptr<CWaveMemoryCapture> m_pCapture;
+};
+
+// Polls `condition` every millisecond until it holds or `timeoutMs` passes.
+bool WaitUntil(const std::function<bool()>& condition, int timeoutMs);
+
+// Init + Open of `path` on the engine; fails the calling test on error.
+void InitAndOpen(CAudioPlayer& player, const QString& path);
+
+// Plays the open file from `start` until the thread ends by itself; returns what the device got.
+QByteArray PlayToEnd(CAudioPlayer& player, const ScopedNullDevice& device, QWORD start = 0);
+
+// Offset (in frames, within +-range of `expected`) where `needle` best matches `haystack`, and the
+// mean absolute sample difference there.
+struct MatchResult
+{
+    long long nOffsetFrames = 0;
+    double dMeanDifference = 0;
+};
+MatchResult BestMatch(const QByteArray& haystack, long long expectedFrame, long long rangeFrames,
+                      const QByteArray& needle);
+
+} // namespace tunivox::test

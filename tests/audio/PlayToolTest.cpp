@@ -1,0 +1,59 @@
+// tunivox-play as a user runs it: exact capture, error report format and exit codes.
+#include <QFile>
+#include <QProcess>
+#include <gtest/gtest.h>
+
+#include "AudioTestSupport.h"
+#include "support/TestFolders.h"
+
+using namespace tunivox::test;
+
+namespace {
+
+struct ToolRun
+{
+    int exitCode;
+    QString errors;
+};
+
+ToolRun PlayTool(const QStringList& arguments)
+{
+    QProcess tool;
+    tool.start(QStringLiteral(TUNIVOX_BINARY_DIR "/bin/tunivox-play"), arguments);
+    EXPECT_TRUE(tool.waitForFinished(30000));
+    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardError())};
+}
+
+TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)
+{
+    ScopedTempFolder folder;
+    const QString capture = folder.FilePath(QStringLiteral("out.raw"));
+    const QString song = FixturePath(QStringLiteral("noise-22k-mono.mp3"));
+    const ToolRun played = PlayTool({QStringLiteral("--untimed"), QStringLiteral("--capture"), capture, song});
+    EXPECT_EQ(played.exitCode, 0) << played.errors.toStdString();
+    QFile file(capture);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray pcm = file.readAll();
+    const QByteArray reference = ReferencePcm(song);
+    EXPECT_EQ(pcm.size(), reference.size() - reference.size() % kBlockBytes);
+    EXPECT_TRUE(reference.startsWith(pcm));
+
+    const ToolRun failed = PlayTool({QStringLiteral("--untimed"), folder.FilePath(QStringLiteral("missing.mp3")), song});
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_TRUE(failed.errors.contains(QStringLiteral("PlayCtrl Error #-2147024894\nError context: ")))
+        << failed.errors.toStdString();
+}
+
+TEST(PlayTool, RejectsBadCommandLines)
+{
+    const QString song = FixturePath(QStringLiteral("short-44k-stereo.wav"));
+    for (const QStringList& arguments :
+         {QStringList{}, QStringList{QStringLiteral("--device"), QStringLiteral("oss"), song},
+          QStringList{QStringLiteral("--speed"), QStringLiteral("0"), song},
+          QStringList{QStringLiteral("--device"), QStringLiteral("alsa"), QStringLiteral("--untimed"), song},
+          QStringList{QStringLiteral("--seek-at"), QStringLiteral("3"), song},
+          QStringList{QStringLiteral("--volume"), song}})
+        EXPECT_EQ(PlayTool(arguments).exitCode, 2) << arguments.join(' ').toStdString();
+}
+
+} // namespace

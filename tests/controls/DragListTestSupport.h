@@ -1,0 +1,137 @@
+#pragma once
+// Shared scaffolding of the list-box tests: a shown host window with lists inside it, real mouse
+// events sent the way the window system delivers them during a grab (to the grabbing viewport).
+
+#include <QApplication>
+#include <QTest>
+#include <QWidget>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "controls/CInterDragListBox.h"
+#include "controls/PlaylistArrays.h"
+
+namespace tunivox::test {
+
+// Records every player command and self-posted message it receives.
+class CRecordingList : public CInterDragListBox
+{
+public:
+    using CInterDragListBox::CInterDragListBox;
+
+    std::vector<std::string> calls;
+
+    void IncreaseVolume() override { calls.push_back("IncreaseVolume"); }
+    void DecreaseVolume() override { calls.push_back("DecreaseVolume"); }
+    void SelectAllItems() override { calls.push_back("SelectAllItems"); CInterDragListBox::SelectAllItems(); }
+    void PausePlay() override { calls.push_back("PausePlay"); }
+    void ContinuePlay() override { calls.push_back("ContinuePlay"); }
+    void ClearList() override { calls.push_back("ClearList"); }
+    void PlayNext() override { calls.push_back("PlayNext"); }
+    void PlayPrevius() override { calls.push_back("PlayPrevius"); }
+    void SaveToPlaylist() override { calls.push_back("SaveToPlaylist"); }
+    void StopPlay() override { calls.push_back("StopPlay"); }
+    void PlayPlay() override { calls.push_back("PlayPlay"); }
+    void StartTunivoxMplayer() override { calls.push_back("StartTunivoxMplayer"); }
+    void RenumberItems() override { calls.push_back("RenumberItems"); }
+    bool UserMessage(CUserMessageEvent* e) override
+    {
+        calls.push_back("message " + std::to_string(int(e->type())));
+        return true;
+    }
+};
+
+// A parent window that keeps a mirror of the playlist arrays, as the player's companion window does.
+class CArraysHost : public QWidget, public IPlaylistArraysHost, public IPlaylistArrays
+{
+public:
+    std::vector<int> removed;
+    IPlaylistArrays* GetPlaylistArrays() override { return this; }
+    void RemoveEntryAt(int index) override { removed.push_back(index); }
+};
+
+struct CListWindow
+{
+    std::unique_ptr<CArraysHost> host = std::make_unique<CArraysHost>();
+    CRecordingList* a = nullptr;
+    CRecordingList* b = nullptr;
+    QWidget* other = nullptr;
+
+    // Two lists of 200 x 200 side by side with room for the arrow heads, and a plain widget below.
+    CListWindow()
+    {
+        host->resize(520, 340);
+        a = new CRecordingList(host.get());
+        a->setGeometry(30, 20, 200, 200);
+        b = new CRecordingList(host.get());
+        b->setGeometry(280, 20, 200, 200);
+        other = new QWidget(host.get());
+        other->setGeometry(30, 250, 450, 60);
+        host->show();
+        host->activateWindow();
+        (void)QTest::qWaitForWindowExposed(host.get());
+    }
+};
+
+inline void Fill(CDragListBoxEx* list, int count, std::uint32_t dataBase = 100)
+{
+    for (int i = 0; i < count; ++i) {
+        const int row = list->AddString(QStringLiteral("%1. Song %2").arg(i + 1).arg(i));
+        list->SetItemData(row, dataBase + std::uint32_t(i));
+    }
+}
+
+// The "Song k" parts of the items, in list order.
+inline std::vector<int> SongOrder(const CDragListBoxEx* list)
+{
+    std::vector<int> order;
+    for (int i = 0; i < list->GetCount(); ++i)
+        order.push_back(list->GetText(i).section(QStringLiteral("Song "), 1).toInt());
+    return order;
+}
+
+inline std::vector<QString> Texts(const CDragListBoxEx* list)
+{
+    std::vector<QString> texts;
+    for (int i = 0; i < list->GetCount(); ++i)
+        texts.push_back(list->GetText(i));
+    return texts;
+}
+
+inline QPoint ItemCenter(const CDragListBoxEx* list, int index)
+{
+    QRect rect;
+    list->GetItemRect(index, &rect);
+    return rect.center();
+}
+
+// A point in `to`'s viewport expressed in `from`'s viewport coordinates (where grabbed events go).
+inline QPoint Across(const CDragListBoxEx* from, const QWidget* to, QPoint ptInTo)
+{
+    return from->viewport()->mapFromGlobal(to->mapToGlobal(ptInTo));
+}
+
+inline void Press(CDragListBoxEx* list, QPoint pt, Qt::KeyboardModifiers mods = {})
+{
+    QTest::mousePress(list->viewport(), Qt::LeftButton, mods, pt);
+}
+inline void MoveTo(CDragListBoxEx* list, QPoint pt)
+{
+    QTest::mouseMove(list->viewport(), pt);
+}
+inline void Release(CDragListBoxEx* list, QPoint pt)
+{
+    QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, pt);
+}
+
+// Presses at `from` and moves far enough to start a drag, ending at `to` (both in list coordinates).
+inline void StartDrag(CDragListBoxEx* list, QPoint from, QPoint to)
+{
+    Press(list, from);
+    const int beyond = QApplication::startDragDistance() + 1;
+    MoveTo(list, from + QPoint(0, from.y() > beyond ? -beyond : beyond));
+    MoveTo(list, to);
+}
+
+} // namespace tunivox::test

@@ -1,0 +1,122 @@
+#include "support/PulseServer.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
+
+namespace tunivox::test {
+
+namespace {
+constexpr int kStartTimeoutMs = 10000;
+}
+
+ScopedPulseServer::ScopedPulseServer()
+{
+    if (!m_folder.isValid()) {
+        m_strError = QStringLiteral("no temporary folder");
+        return;
+    }
+    QFile::setPermissions(m_folder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QStringList arguments{
+        QStringLiteral("-D"), QStringLiteral("-n"), QStringLiteral("--exit-idle-time=-1"),
+        QStringLiteral("--load=module-null-sink sink_name=nullsink rate=44100 channels=2 norewinds=1"),
+        QStringLiteral("--load=module-native-protocol-unix auth-anonymous=1")};
+    if (!RunTool(QStringLiteral("pulseaudio"), arguments, kStartTimeoutMs)) {
+        m_strError = QStringLiteral("pulseaudio did not start");
+        return;
+    }
+    m_bHadPreviousServer = qEnvironmentVariableIsSet("PULSE_SERVER");
+    m_previousServer = qgetenv("PULSE_SERVER");
+    qputenv("PULSE_SERVER", ServerAddress().toUtf8());
+    QElapsedTimer timer;
+    timer.start();
+    while (!RunTool(QStringLiteral("pactl"), {QStringLiteral("info")}, 2000)) {
+        if (timer.elapsed() > kStartTimeoutMs) {
+            m_strError = QStringLiteral("pactl info never answered");
+            return;
+        }
+        QThread::msleep(50);
+    }
+    m_bStarted = true;
+}
+
+ScopedPulseServer::~ScopedPulseServer()
+{
+    if (m_capture.state() != QProcess::NotRunning)
+        StopCapture();
+    if (m_folder.isValid() && RunTool(QStringLiteral("pulseaudio"), {QStringLiteral("--kill")}, kStartTimeoutMs)) {
+        // --kill only signals; the folder can go once the daemon has cleaned up after itself.
+        QElapsedTimer timer;
+        timer.start();
+        while (RunTool(QStringLiteral("pulseaudio"), {QStringLiteral("--check")}, 2000) &&
+               timer.elapsed() < kStartTimeoutMs)
+            QThread::msleep(20);
+    }
+    if (m_bHadPreviousServer)
+        qputenv("PULSE_SERVER", m_previousServer);
+    else
+        qunsetenv("PULSE_SERVER");
+}
+
+QString ScopedPulseServer::ServerAddress() const
+{
+    return QStringLiteral("unix:") + m_folder.path() + QStringLiteral("/pulse/native");
+}
+
+QProcessEnvironment ScopedPulseServer::Environment() const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_folder.path());
+    environment.insert(QStringLiteral("HOME"), m_folder.path());
+    environment.insert(QStringLiteral("PULSE_SERVER"), ServerAddress());
+    return environment;
+}
+
+bool ScopedPulseServer::RunTool(const QString& program, const QStringList& arguments, int timeoutMs) const
+{
+    QProcess process;
+    process.setProcessEnvironment(Environment());
+    process.start(program, arguments);
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished(1000);
+        return false;
+    }
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+}
+
+bool ScopedPulseServer::StartCapture()
+{
+    const QString file = m_folder.filePath(QStringLiteral("capture.raw"));
+    QFile::remove(file);
+    m_capture.setProcessEnvironment(Environment());
+    m_capture.start(QStringLiteral("parec"),
+                    {QStringLiteral("-d"), QStringLiteral("nullsink.monitor"), QStringLiteral("--format=s16le"),
+                     QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"), QStringLiteral("--raw"),
+                     QStringLiteral("--latency-msec=20"), file});
+    if (!m_capture.waitForStarted(kStartTimeoutMs))
+        return false;
+    // The monitor delivers silence while nothing plays, so a growing file means the recording runs.
+    QElapsedTimer timer;
+    timer.start();
+    while (QFileInfo(file).size() == 0) {
+        if (timer.elapsed() > kStartTimeoutMs || m_capture.state() == QProcess::NotRunning)
+            return false;
+        QThread::msleep(10);
+    }
+    return true;
+}
+
+QByteArray ScopedPulseServer::StopCapture()
+{
+    m_capture.terminate();
+    if (!m_capture.waitForFinished(5000)) {
+        m_capture.kill();
+        m_capture.waitForFinished(1000);
+    }
+    QFile file(m_folder.filePath(QStringLiteral("capture.raw")));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace tunivox::test

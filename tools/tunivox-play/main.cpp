@@ -1,0 +1,198 @@
+// tunivox-play: plays files through the audio engine, for listening and for measuring.
+//
+//   tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] [--start SECONDS]
+//                [--seek-at T:POS]... FILE...
+//
+// --speed, --untimed and --capture use the null device (implied when --device is not given).
+// --seek-at T:POS seeks to POS seconds once playback has reached T seconds (each once per file).
+// Exit code 0 when every file played, 1 when one could not be played, 2 for a bad command line.
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QThread>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "audio/CAudioPlayer.h"
+#include "audio/WaveOut.h"
+#include "platform/Folders.h"
+
+namespace {
+
+constexpr double kUnits = 10000000.0;
+
+struct SeekAt
+{
+    double dAt;
+    double dTo;
+};
+
+struct Options
+{
+    WaveMapperOptions device;
+    bool bDeviceGiven = false;
+    bool bNullWanted = false;
+    double dStart = 0;
+    std::vector<SeekAt> seeks;
+    std::vector<std::string> files;
+};
+
+int Usage(const char* problem)
+{
+    std::fprintf(stderr, "tunivox-play: %s\n", problem);
+    std::fprintf(stderr, "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
+                         "[--start SECONDS] [--seek-at T:POS]... FILE...\n");
+    return 2;
+}
+
+bool ParseNumber(const char* text, double* value)
+{
+    char* end = nullptr;
+    *value = std::strtod(text, &end);
+    return end != text && *end == 0 && *value >= 0;
+}
+
+// Returns 0 on success, else the exit code for a bad command line.
+int ParseOptions(int argc, char** argv, Options* options)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == "--device" && hasValue) {
+            if (!ParseWaveBackend(argv[++i], &options->device.eBackend))
+                return Usage("--device takes alsa or null");
+            options->bDeviceGiven = true;
+        } else if (arg == "--speed" && hasValue) {
+            if (!ParseNumber(argv[++i], &options->device.null.dSpeed) || options->device.null.dSpeed <= 0)
+                return Usage("--speed takes a positive number");
+            options->bNullWanted = true;
+        } else if (arg == "--untimed") {
+            options->device.null.bUntimed = true;
+            options->bNullWanted = true;
+        } else if (arg == "--capture" && hasValue) {
+            options->device.null.strCaptureFile = argv[++i];
+            options->bNullWanted = true;
+        } else if (arg == "--start" && hasValue) {
+            if (!ParseNumber(argv[++i], &options->dStart))
+                return Usage("--start takes seconds");
+        } else if (arg == "--seek-at" && hasValue) {
+            const std::string value = argv[++i];
+            const auto colon = value.find(':');
+            SeekAt seek{};
+            if (colon == std::string::npos || !ParseNumber(value.substr(0, colon).c_str(), &seek.dAt) ||
+                !ParseNumber(value.substr(colon + 1).c_str(), &seek.dTo))
+                return Usage("--seek-at takes T:POS in seconds");
+            options->seeks.push_back(seek);
+        } else if (arg.rfind("--", 0) == 0) {
+            return Usage(("unknown option " + arg).c_str());
+        } else {
+            options->files.push_back(arg);
+        }
+    }
+    if (options->files.empty())
+        return Usage("no file given");
+    if (options->bNullWanted) {
+        if (options->bDeviceGiven && options->device.eBackend != WaveBackend::Null)
+            return Usage("--speed, --untimed and --capture need the null device");
+        options->device.eBackend = WaveBackend::Null;
+    }
+    std::sort(options->seeks.begin(), options->seeks.end(),
+              [](const SeekAt& a, const SeekAt& b) { return a.dAt < b.dAt; });
+    return 0;
+}
+
+std::string Clock(double seconds)
+{
+    const long whole = static_cast<long>(seconds);
+    char text[32];
+    std::snprintf(text, sizeof(text), "%02ld:%02ld", whole / 60, whole % 60);
+    return text;
+}
+
+void ReportError(HRESULT hr, const CAudioPlayer& player)
+{
+    std::fprintf(stderr, "PlayCtrl Error #%d\nError context: %s\n", static_cast<int>(hr), player.m_szError);
+}
+
+bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& file, bool terminal)
+{
+    HRESULT hr = player.Open(file.c_str());
+    if (FAILED(hr)) {
+        ReportError(hr, player);
+        return false;
+    }
+    hr = player.Play(static_cast<QWORD>(options.dStart * kUnits));
+    if (FAILED(hr)) {
+        ReportError(hr, player);
+        return false;
+    }
+    const double total = player.m_qwDuration / kUnits;
+    const std::string name = QFileInfo(QString::fromStdString(file)).fileName().toStdString();
+    const bool fast = options.device.eBackend == WaveBackend::Null &&
+                      (options.device.null.bUntimed || options.device.null.dSpeed > 1);
+    const unsigned long pollMs = fast ? 1 : 100;
+    std::size_t nextSeek = 0;
+    long shownSecond = -1;
+    while (player.m_bPlaying) {
+        const double position = player.GetCurrentTime() / kUnits;
+        while (nextSeek < options.seeks.size() && position >= options.seeks[nextSeek].dAt) {
+            player.Play(static_cast<QWORD>(options.seeks[nextSeek].dTo * kUnits));
+            ++nextSeek;
+        }
+        const long second = static_cast<long>(position);
+        if (second != shownSecond && (terminal || second % 10 == 0)) {
+            shownSecond = second;
+            if (terminal)
+                std::printf("\r%s / %s  %s", Clock(position).c_str(), Clock(total).c_str(), name.c_str());
+            else
+                std::printf("%s / %s  %s\n", Clock(position).c_str(), Clock(total).c_str(), name.c_str());
+            std::fflush(stdout);
+        }
+        QThread::msleep(pollMs);
+    }
+    const HRESULT ended = player.m_hrThread;
+    player.Stop();
+    if (terminal)
+        std::printf("\n");
+    if (FAILED(ended) && ended != NS_E_NO_MORE_SAMPLES) {
+        std::snprintf(player.m_szError, sizeof(player.m_szError), "Playback of %s ended early.", file.c_str());
+        ReportError(ended, player);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    Options options;
+    if (const int bad = ParseOptions(argc, argv, &options))
+        return bad;
+    SetWaveMapper(options.device);
+
+    CAudioPlayer player;
+    const HRESULT hr = player.Init();
+    if (FAILED(hr) || player.m_szError[0]) {
+        ReportError(FAILED(hr) ? hr : E_OUTOFMEMORY, player);
+        return 1;
+    }
+    const QString converter = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    player.SetPaths(converter.isEmpty() ? QString() : QFileInfo(converter).absolutePath() + QStringLiteral("/"),
+                    PrivateTempFolder());
+
+    const bool terminal = isatty(STDOUT_FILENO) != 0;
+    int status = 0;
+    for (const std::string& file : options.files) {
+        if (!PlayFile(player, options, file, terminal))
+            status = 1;
+    }
+    player.Release();
+    return status;
+}
