@@ -1,0 +1,437 @@
+#include "visual/CVisualScene.h"
+
+#include <QOpenGLBuffer>
+#include <QOpenGLContext>
+#include <QOpenGLFunctions>
+#include <QOpenGLShaderProgram>
+#include <QOpenGLTexture>
+#include <array>
+
+#include "visual/LyricsText.h"
+#include "visual/VisualImages.h"
+
+namespace {
+
+const char* const kVertexShader = R"(
+attribute vec2 aPos;
+attribute vec2 aUv;
+uniform vec2 uViewport;
+uniform float uVOffset;
+varying vec2 vUv;
+void main()
+{
+    gl_Position = vec4(aPos.x / uViewport.x * 2.0 - 1.0, 1.0 - aPos.y / uViewport.y * 2.0, 0.0, 1.0);
+    vUv = aUv + vec2(0.0, uVOffset);
+}
+)";
+
+// One program per kind of quad: branches and discards in a shared shader cost llvmpipe every pixel.
+// Lyrics rows scrolled outside the texture are transparent rather than repeated edge rows.
+const char* const kFragmentShader = R"(
+#ifdef GL_ES
+precision mediump float;
+#endif
+uniform sampler2D uTex;
+uniform vec4 uColor;
+uniform float uAlpha;
+varying vec2 vUv;
+void main()
+{
+#if defined(TEXTURED)
+#if defined(CLIPPED)
+    if (vUv.y < 0.0 || vUv.y > 1.0)
+        discard;
+#endif
+    vec4 t = texture2D(uTex, vUv);
+    gl_FragColor = vec4(t.rgb, t.a * uAlpha);
+#else
+    gl_FragColor = vec4(uColor.rgb, uColor.a * uAlpha);
+#endif
+}
+)";
+
+const char* const kProgramDefines[] = {"", "#define TEXTURED\n", "#define TEXTURED\n#define CLIPPED\n"};
+
+constexpr float kArrowIdleAlpha = 0x80 / 255.0f;
+
+} // namespace
+
+CVisualScene::CVisualScene(const VisualSettings& settings, DWORD dwFlags, bool bSlideShow, QSize clientSize)
+{
+    m_state.settings = settings;
+    m_state.dwFlags = dwFlags;
+    m_state.bSlideShow = bSlideShow;
+    m_state.clientSize = clientSize;
+    m_state.scroll.nScrollSpeed = settings.m_nLyricsSpeed;
+    m_lyricsFont = LyricsFont(settings);
+    m_artImage = VisualDefaultArt();
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+CVisualScene::~CVisualScene()
+{
+    // Textures need their context; the owner releases them while it is current. Anything left is
+    // abandoned rather than deleted without one.
+    if (!QOpenGLContext::currentContext()) {
+        for (auto* texture : {&m_pArtTexture, &m_pBackgroundTexture, &m_pLyricsTexture, &m_pUpArrow, &m_pDownArrow})
+            (void)texture->release();
+        (void)m_pVertices.release();
+        for (auto& program : m_programs)
+            (void)program.release();
+    }
+}
+
+bool CVisualScene::CreateDeviceResources()
+{
+    QOpenGLContext* context = QOpenGLContext::currentContext();
+    if (!context)
+        return false;
+    m_pGL = context->functions();
+    std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> programs;
+    for (size_t i = 0; i < programs.size(); ++i) {
+        auto program = std::make_unique<QOpenGLShaderProgram>();
+        if (!program->addShaderFromSourceCode(QOpenGLShader::Vertex, kVertexShader)
+            || !program->addShaderFromSourceCode(QOpenGLShader::Fragment,
+                                                 QByteArray(kProgramDefines[i]) + kFragmentShader)) {
+            qWarning("visualization: shader compilation failed: %s", qPrintable(program->log()));
+            return false;
+        }
+        program->bindAttributeLocation("aPos", 0);
+        program->bindAttributeLocation("aUv", 1);
+        if (!program->link()) {
+            qWarning("visualization: shader link failed: %s", qPrintable(program->log()));
+            return false;
+        }
+        programs[i] = std::move(program);
+    }
+    auto vertices = std::make_unique<QOpenGLBuffer>(QOpenGLBuffer::VertexBuffer);
+    if (!vertices->create())
+        return false;
+    vertices->setUsagePattern(QOpenGLBuffer::DynamicDraw);
+    vertices->bind();
+    vertices->allocate(16 * static_cast<int>(sizeof(float)));
+    vertices->release();
+    m_programs = std::move(programs);
+    m_pProgram = m_programs[0].get();
+    m_pVertices = std::move(vertices);
+    UploadImage(m_pUpArrow, VisualArrowImage(true));
+    UploadImage(m_pDownArrow, VisualArrowImage(false));
+    UploadImage(m_pArtTexture, m_artImage);
+    UploadImage(m_pBackgroundTexture, m_backgroundImage);
+    m_bLyricsTextureValid = false;
+    return true;
+}
+
+void CVisualScene::ReleaseDeviceResources()
+{
+    if (m_pPlugin && m_pPlugin->IsRunning())
+        m_pPlugin->ReleaseDeviceResources();
+    m_pArtTexture.reset();
+    m_pBackgroundTexture.reset();
+    m_pLyricsTexture.reset();
+    m_pUpArrow.reset();
+    m_pDownArrow.reset();
+    m_pVertices.reset();
+    m_pProgram = nullptr;
+    for (auto& program : m_programs)
+        program.reset();
+    m_bLyricsTextureValid = false;
+    m_state.nLyricsPage = -100;
+}
+
+void CVisualScene::UploadImage(std::unique_ptr<QOpenGLTexture>& texture, const QImage& image)
+{
+    texture.reset();
+    if (image.isNull() || !m_pProgram)
+        return;
+    texture = std::make_unique<QOpenGLTexture>(image.convertToFormat(QImage::Format_RGBA8888),
+                                               QOpenGLTexture::DontGenerateMipMaps);
+    texture->setMinMagFilters(QOpenGLTexture::Linear, QOpenGLTexture::Linear);
+    texture->setWrapMode(QOpenGLTexture::ClampToEdge);
+}
+
+void CVisualScene::SetTitle(const QString& title)
+{
+    m_state.strTitle = title;
+    if (m_titleSink)
+        m_titleSink(title);
+}
+
+void CVisualScene::SetLyrics(const QString& lyrics)
+{
+    m_state.strLyrics = lyrics;
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+void CVisualScene::SetArts(const QStringList& arts)
+{
+    m_state.arrArts = arts;
+    m_state.nCurrentArt = 0;
+    LoadArt();
+    RebuildScene(VISUAL_FLAG_ART);
+}
+
+void CVisualScene::SetBackgrounds(const QStringList& backgrounds)
+{
+    m_state.arrBackgrounds = backgrounds;
+    m_state.nCurrentBackground = 0;
+    LoadBackground();
+}
+
+void CVisualScene::LoadArt()
+{
+    QImage image;
+    if (m_state.nCurrentArt >= 0 && m_state.nCurrentArt < m_state.arrArts.size())
+        image = LoadVisualPicture(m_state.arrArts[m_state.nCurrentArt]);
+    m_artImage = image.isNull() ? VisualDefaultArt() : image;
+    UploadImage(m_pArtTexture, m_artImage);
+}
+
+void CVisualScene::LoadBackground()
+{
+    m_backgroundImage = QImage();
+    if (m_state.nCurrentBackground >= 0 && m_state.nCurrentBackground < m_state.arrBackgrounds.size())
+        m_backgroundImage = LoadVisualPicture(m_state.arrBackgrounds[m_state.nCurrentBackground]);
+    UploadImage(m_pBackgroundTexture, m_backgroundImage);
+}
+
+void CVisualScene::ReloadArtAndBackgrounds()
+{
+    LoadArt();
+    LoadBackground();
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+void CVisualScene::SetFlags(DWORD dwFlags)
+{
+    m_state.dwFlags = dwFlags;
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+void CVisualScene::ApplySettings(const VisualSettings& settings)
+{
+    const int previousSpeed = m_state.scroll.nScrollSpeed;
+    m_state.settings = settings;
+    m_state.scroll.nScrollSpeed = previousSpeed < 0 ? -settings.m_nLyricsSpeed : settings.m_nLyricsSpeed;
+    m_fSlideShowElapsed = 0.0f;
+    m_lyricsFont = LyricsFont(settings);
+    if (m_pProgram) {
+        UploadImage(m_pArtTexture, m_artImage);
+        UploadImage(m_pBackgroundTexture, m_backgroundImage);
+    }
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+void CVisualScene::SwitchMode()
+{
+    if ((m_state.dwFlags & VISUAL_FLAG_PLUGIN) && m_pPlugin && m_pPlugin->IsRunning() && m_pPlugin->SwitchMode())
+        return;
+    // The built-in scene's second mode lets the backgrounds follow the slide show.
+    m_state.nSceneMode ^= 1;
+}
+
+void CVisualScene::Resize(QSize clientSize)
+{
+    if (clientSize == m_state.clientSize || clientSize.isEmpty())
+        return;
+    m_state.clientSize = clientSize;
+    ++m_state.nRebuilds;
+    if (m_pPlugin && m_pPlugin->IsRunning())
+        m_pPlugin->ReleaseDeviceResources();
+    RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
+}
+
+bool CVisualScene::ArtShown() const
+{
+    return (m_state.dwFlags & VISUAL_FLAG_ART) && !m_artImage.isNull();
+}
+
+bool CVisualScene::LyricsShown() const
+{
+    return (m_state.dwFlags & VISUAL_FLAG_LYRICS) && !m_state.strLyrics.isEmpty();
+}
+
+void CVisualScene::RebuildScene(int nParts)
+{
+    const VisualRect client{0, 0, m_state.clientSize.width(), m_state.clientSize.height()};
+    m_state.bArtShown = ArtShown();
+    m_state.bLyricsShown = LyricsShown();
+    if ((nParts & VISUAL_FLAG_ART) && m_state.bArtShown)
+        m_state.rcArt = ComputeArtRect(client, m_state.bLyricsShown, m_artImage.width(), m_artImage.height());
+    if ((nParts & VISUAL_FLAG_LYRICS) && m_state.bLyricsShown) {
+        m_state.rcLyricsBox = ComputeLyricsBox(client, m_state.bArtShown);
+        ComputeArrows(m_state.rcLyricsBox, m_state.rcUpArrow, m_state.rcDownArrow);
+    }
+    m_bLyricsTextureValid = false;
+}
+
+void CVisualScene::MouseMove(int x, int y)
+{
+    m_state.bHoverUp = m_state.bHoverDown = false;
+    if (!m_state.bLyricsShown || !m_state.rcLyricsBox.Contains(x, y))
+        return;
+    m_state.bHoverUp = m_state.rcUpArrow.Contains(x, y);
+    m_state.bHoverDown = m_state.rcDownArrow.Contains(x, y);
+    if (m_state.bHoverUp)
+        m_state.scroll.nScrollSpeed = -m_state.settings.m_nLyricsSpeed;
+    else if (m_state.bHoverDown)
+        m_state.scroll.nScrollSpeed = m_state.settings.m_nLyricsSpeed;
+}
+
+void CVisualScene::MouseLeave()
+{
+    m_state.bHoverUp = m_state.bHoverDown = false;
+}
+
+bool CVisualScene::LButtonDown(int x, int y)
+{
+    if (!m_state.bLyricsShown || !m_state.rcLyricsBox.Contains(x, y))
+        return false;
+    m_state.scroll.nScrollSpeed = m_state.scroll.nScrollSpeed != 0 ? 0 : m_state.settings.m_nLyricsSpeed;
+    return true;
+}
+
+void CVisualScene::KeyDown(int nKey)
+{
+    if ((m_state.dwFlags & VISUAL_FLAG_PLUGIN) && m_pPlugin && m_pPlugin->IsRunning())
+        m_pPlugin->OnKey(nKey);
+}
+
+void CVisualScene::AdvanceSlideShow(float fSeconds)
+{
+    m_fSlideShowElapsed += fSeconds;
+    const float period = static_cast<float>(std::max(100, m_state.settings.m_nSlideShowTimeout)) / 1000.0f;
+    if (m_fSlideShowElapsed < period)
+        return;
+    m_fSlideShowElapsed = 0.0f;
+    if (!m_state.bSlideShow || !(m_state.dwFlags & VISUAL_FLAG_ART))
+        return;
+    const int count = static_cast<int>(m_state.arrArts.size());
+    const int next = count > 0 ? (m_state.nCurrentArt + 1) % count : 0;
+    if (next != m_state.nCurrentArt) {
+        m_state.nCurrentArt = next;
+        LoadArt();
+        RebuildScene(VISUAL_FLAG_ART);
+    }
+    const int backgrounds = static_cast<int>(m_state.arrBackgrounds.size());
+    if (m_state.nSceneMode == 1 && backgrounds > 1) {
+        m_state.nCurrentBackground = (m_state.nCurrentBackground + 1) % backgrounds;
+        LoadBackground();
+    }
+}
+
+void CVisualScene::DrawQuad(const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+                            ARGBCOLOR clrColour, float fAlpha, float fVOffset, bool bClip)
+{
+    const float x0 = static_cast<float>(r.left), x1 = static_cast<float>(r.right);
+    const float y0 = static_cast<float>(r.top), y1 = static_cast<float>(r.bottom);
+    const float vertices[16] = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
+    QOpenGLShaderProgram* program = m_programs[pTexture ? (fVOffset != 0.0f || bClip ? 2 : 1) : 0].get();
+    if (program != m_pBound) {
+        program->bind();
+        program->setUniformValue("uViewport", m_viewport);
+        m_pBound = program;
+    }
+    m_pVertices->bind();
+    m_pVertices->write(0, vertices, sizeof(vertices));
+    program->enableAttributeArray(0);
+    program->enableAttributeArray(1);
+    program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
+    program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
+    program->setUniformValue("uColor", QColor::fromRgba(clrColour));
+    program->setUniformValue("uAlpha", fAlpha);
+    program->setUniformValue("uVOffset", fVOffset);
+    if (pTexture) {
+        m_pGL->glActiveTexture(GL_TEXTURE0);
+        pTexture->bind();
+        program->setUniformValue("uTex", 0);
+    }
+    m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    if (pTexture)
+        pTexture->release();
+    m_pVertices->release();
+}
+
+void CVisualScene::RenderLyrics(float fSeconds)
+{
+    const VisualRect& box = m_state.rcLyricsBox;
+    const int h = box.Height();
+    if (!m_bLyricsTextureValid) {
+        m_state.lyricsTextSize = MeasureLyrics(m_lyricsFont, box.Width(), m_state.strLyrics);
+        m_pLyricsTexture.reset();
+        m_bLyricsTextureValid = true;
+        m_state.nLyricsPage = -100;
+    }
+    const QSize text = m_state.lyricsTextSize;
+    const bool hover = m_state.bHoverUp || m_state.bHoverDown;
+    StepLyricsScroll(m_state.scroll, fSeconds, hover, h, text.height());
+    if (text.isEmpty() || h <= 0)
+        return;
+    const int page = LyricsPage(m_state.scroll.fOffset, h);
+    if (page != m_state.nLyricsPage) {
+        UploadImage(m_pLyricsTexture, DrawLyricsPage(m_lyricsFont, m_state.settings.m_clrFont, text, h, page,
+                                                     m_state.strLyrics));
+        m_state.nLyricsPage = page;
+    }
+    VisualRect quad;
+    quad.left = box.left + (box.Width() - text.width()) / 2;
+    quad.right = quad.left + text.width();
+    quad.top = box.top;
+    quad.bottom = box.bottom;
+    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+             LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
+    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+}
+
+void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
+{
+    m_fTotalSeconds += fSeconds;
+    m_state.fMeasuredFPS = fMeasuredFPS;
+    if (m_fTotalSeconds - m_fLastTitleUpdate > 1.0f) {
+        m_fLastTitleUpdate = m_fTotalSeconds;
+        m_fShownFPS = fMeasuredFPS;
+        if (m_state.settings.m_bShowFPS && m_titleSink)
+            m_titleSink(QString::asprintf("%s        FPS: %.1f", m_state.strTitle.toUtf8().constData(),
+                                          static_cast<double>(m_fShownFPS)));
+    }
+    ++m_state.nFrames;
+    if (!m_pProgram)
+        return;
+    const QSize size = m_state.clientSize;
+    m_pGL->glViewport(0, 0, size.width(), size.height());
+    m_pGL->glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    m_pGL->glClearDepthf(1.0f);
+    m_pGL->glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    m_pGL->glDisable(GL_DEPTH_TEST);
+
+    const bool pluginMode = (m_state.dwFlags & VISUAL_FLAG_PLUGIN) != 0;
+    if (pluginMode && m_pPlugin && m_pPlugin->IsRunning() && m_pPlugin->HasRender()) {
+        VisualFrameInfo info;
+        info.pAudioPlayer = m_pAudioPlayer;
+        info.fTotalSeconds = m_fTotalSeconds;
+        info.fFrameSeconds = fSeconds;
+        info.fShownFPS = m_fShownFPS;
+        m_pPlugin->Render(info);
+    }
+
+    m_viewport = QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height()));
+    m_pBound = nullptr;
+    if (!pluginMode && m_pBackgroundTexture) {
+        m_pGL->glDisable(GL_BLEND);
+        DrawQuad(VisualRect{0, 0, size.width(), size.height()},
+                 CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
+                 m_pBackgroundTexture.get(), 0, 1.0f);
+    }
+    m_pGL->glEnable(GL_BLEND);
+    m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    if (m_state.bLyricsShown) {
+        DrawQuad(m_state.rcLyricsBox, {}, nullptr, m_state.settings.m_clrLyricsBox, 1.0f);
+        RenderLyrics(fSeconds);
+    }
+    if (m_state.bArtShown && m_pArtTexture)
+        DrawQuad(m_state.rcArt, {}, m_pArtTexture.get(), 0,
+                 static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
+    if (m_pBound)
+        m_pBound->release();
+}

@@ -1,0 +1,137 @@
+#pragma once
+// The built-in scene: background picture, cover-art slide show and the lyrics box with its scrolling
+// text and arrows, drawn with OpenGL (2.1 / GLSL 1.10, which Mesa's llvmpipe runs).
+//
+// Threading: lives on the render thread and is only touched there, with the thread's OpenGL context
+// current for CreateDeviceResources, ReleaseDeviceResources and RenderFrame. The window's input and
+// commands reach it as queued commands of CVisualThread.
+
+#include <QFont>
+#include <QImage>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <QVector2D>
+#include <array>
+#include <functional>
+#include <memory>
+
+#include "visual/IVisualPluginRunner.h"
+#include "visual/VisualLayout.h"
+#include "visual/VisualSettings.h"
+
+class QOpenGLShaderProgram;
+class QOpenGLTexture;
+class QOpenGLBuffer;
+class QOpenGLFunctions;
+
+// What the scene shows, copied out for observers on other threads.
+struct VisualSceneState
+{
+    QString strTitle;
+    QString strLyrics;
+    QStringList arrArts;
+    QStringList arrBackgrounds;
+    int nCurrentArt = 0;
+    int nCurrentBackground = 0;
+    DWORD dwFlags = 0;
+    bool bSlideShow = false;
+    int nSceneMode = 0;
+    VisualSettings settings;
+    QSize clientSize;
+    VisualRect rcArt, rcLyricsBox, rcUpArrow, rcDownArrow;
+    bool bArtShown = false, bLyricsShown = false;
+    QSize lyricsTextSize;
+    LyricsScrollState scroll;
+    bool bHoverUp = false, bHoverDown = false;
+    int nLyricsPage = -100;
+    int nRebuilds = 0;
+    float fMeasuredFPS = 0.0f;
+    long long nFrames = 0;
+    long long nOffPaceFrames = 0; // frames whose interval missed the frame time by more than 2 ms
+};
+
+class CVisualScene
+{
+public:
+    CVisualScene(const VisualSettings& settings, DWORD dwFlags, bool bSlideShow, QSize clientSize);
+    ~CVisualScene();
+    CVisualScene(const CVisualScene&) = delete;
+    CVisualScene& operator=(const CVisualScene&) = delete;
+
+    bool CreateDeviceResources();
+    void ReleaseDeviceResources();
+    bool HasDeviceResources() const { return m_pProgram != nullptr; }
+
+    // Feed setters.
+    void SetTitle(const QString& title);
+    void SetLyrics(const QString& lyrics);
+    void SetArts(const QStringList& arts);
+    void SetBackgrounds(const QStringList& backgrounds);
+
+    // Window commands and input (client pixels).
+    void SetFlags(DWORD dwFlags);
+    void SetSlideShow(bool bOn) { m_state.bSlideShow = bOn; }
+    void ApplySettings(const VisualSettings& settings);
+    void ReloadArtAndBackgrounds();
+    void SwitchMode();
+    // Rebuilds only when the size really changed.
+    void Resize(QSize clientSize);
+    void MouseMove(int x, int y);
+    void MouseLeave();
+    bool LButtonDown(int x, int y);
+    void KeyDown(int nKey);
+
+    // Recomputes the layout; `nParts` holds VISUAL_FLAG_ART and/or VISUAL_FLAG_LYRICS.
+    void RebuildScene(int nParts);
+    // Moves the slide show on by the seconds passed (the window's timer 19).
+    void AdvanceSlideShow(float fSeconds);
+    // Draws one frame into the bound framebuffer; the caller presents it.
+    void RenderFrame(float fSeconds, float fMeasuredFPS);
+
+    // The plug-in seam: a runner draws in plug-in mode instead of the background.
+    void SetPluginRunner(IVisualPluginRunner* pRunner) { m_pPlugin = pRunner; }
+    void SetAudioPlayer(CAudioPlayer* pPlayer) { m_pAudioPlayer = pPlayer; }
+
+    // Called with the window title text ("%s        FPS: %.1f" when ShowFPS is on).
+    void SetTitleSink(std::function<void(const QString&)> sink) { m_titleSink = std::move(sink); }
+
+    const VisualSceneState& State() const { return m_state; }
+    void CountOffPace() { ++m_state.nOffPaceFrames; }
+
+private:
+    void LoadArt();
+    void LoadBackground();
+    void UploadImage(std::unique_ptr<QOpenGLTexture>& texture, const QImage& image);
+    void DrawQuad(const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture, ARGBCOLOR clrColour,
+                  float fAlpha, float fVOffset = 0.0f, bool bClip = false);
+    void RenderLyrics(float fSeconds);
+    bool ArtShown() const;
+    bool LyricsShown() const;
+
+    VisualSceneState m_state;
+    QFont m_lyricsFont;
+    QImage m_artImage;        // the current cover art, or the default art
+    QImage m_backgroundImage;
+    bool m_bLyricsTextureValid = false;
+    float m_fTotalSeconds = 0.0f;
+    float m_fLastTitleUpdate = 0.0f;
+    float m_fShownFPS = 0.0f;
+    float m_fSlideShowElapsed = 0.0f;
+
+    std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> m_programs; // colour, texture, clipped texture
+    QOpenGLShaderProgram* m_pProgram = nullptr;                      // set while resources exist
+    QOpenGLShaderProgram* m_pBound = nullptr;
+    QVector2D m_viewport;
+    std::unique_ptr<QOpenGLBuffer> m_pVertices;
+    std::unique_ptr<QOpenGLTexture> m_pArtTexture;
+    std::unique_ptr<QOpenGLTexture> m_pBackgroundTexture;
+    std::unique_ptr<QOpenGLTexture> m_pLyricsTexture;
+    std::unique_ptr<QOpenGLTexture> m_pUpArrow;
+    std::unique_ptr<QOpenGLTexture> m_pDownArrow;
+    QOpenGLFunctions* m_pGL = nullptr;
+
+    IVisualPluginRunner* m_pPlugin = nullptr;
+    CAudioPlayer* m_pAudioPlayer = nullptr;
+    std::function<void(const QString&)> m_titleSink;
+};

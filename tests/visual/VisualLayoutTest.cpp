@@ -1,0 +1,179 @@
+// The scene's geometry, the lyrics scrolling, the frame timer, frame-rate limits and tool tips.
+#include <gtest/gtest.h>
+
+#include "visual/CVisualThread.h"
+#include "visual/CVisualToolbar.h"
+#include "visual/VisualLayout.h"
+
+static std::ostream& operator<<(std::ostream& os, const VisualRect& r)
+{
+    return os << '(' << r.left << ',' << r.top << ',' << r.right << ',' << r.bottom << ')';
+}
+
+TEST(VisualLayout, ArtRectangleFitsShrinksOnlyAndCentres)
+{
+    struct Case
+    {
+        const char* what;
+        VisualRect client;
+        bool lyrics;
+        int w, h;
+        VisualRect expected;
+    };
+    const Case cases[] = {
+        {"small image is not enlarged", {0, 0, 700, 500}, false, 100, 50, {300, 225, 400, 275}},
+        {"wide image beside lyrics gets 2/5", {0, 0, 700, 500}, true, 1000, 500, {20, 190, 260, 310}},
+        {"tall image shrinks to the height", {0, 0, 700, 500}, false, 300, 1000, {281, 20, 419, 480}},
+        {"offset client", {10, 30, 710, 530}, false, 100, 50, {310, 255, 410, 305}},
+        {"odd width truncates", {0, 0, 701, 500}, true, 1000, 1000, {20, 130, 260, 370}},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(ComputeArtRect(c.client, c.lyrics, c.w, c.h), c.expected) << c.what;
+}
+
+TEST(VisualLayout, LyricsBoxAndArrows)
+{
+    struct Case
+    {
+        VisualRect client;
+        bool art;
+        VisualRect box, up, down;
+    };
+    const Case cases[] = {
+        {{0, 0, 700, 500}, false, {20, 20, 680, 480}, {322, 20, 378, 48}, {322, 452, 378, 480}},
+        {{0, 0, 700, 500}, true, {300, 20, 680, 480}, {469, 20, 511, 41}, {469, 459, 511, 480}},
+        {{0, 0, 701, 341}, true, {300, 20, 680, 321}, {473, 20, 507, 37}, {473, 304, 507, 321}},
+    };
+    for (const Case& c : cases) {
+        const VisualRect box = ComputeLyricsBox(c.client, c.art);
+        EXPECT_EQ(box, c.box);
+        VisualRect up, down;
+        ComputeArrows(box, up, down);
+        EXPECT_EQ(up, c.up) << "box " << box;
+        EXPECT_EQ(down, c.down) << "box " << box;
+    }
+}
+
+TEST(VisualLayout, BackgroundCoversWithoutDistortion)
+{
+    const VisualTexRect wide = CoverTexRect(400, 200, 800, 200); // image twice as wide as the client
+    EXPECT_FLOAT_EQ(wide.u0, 0.25f);
+    EXPECT_FLOAT_EQ(wide.u1, 0.75f);
+    EXPECT_FLOAT_EQ(wide.v0, 0.0f);
+    EXPECT_FLOAT_EQ(wide.v1, 1.0f);
+    const VisualTexRect tall = CoverTexRect(200, 200, 200, 400);
+    EXPECT_FLOAT_EQ(tall.v0, 0.25f);
+    EXPECT_FLOAT_EQ(tall.v1, 0.75f);
+}
+
+TEST(LyricsScroll, OneFrame)
+{
+    struct Case
+    {
+        const char* what;
+        LyricsScrollState before;
+        float dt;
+        bool hover;
+        int text;
+        LyricsScrollState after;
+    };
+    // Box height 300: upper limit text - 300 + 100, lower limit -100.
+    const Case cases[] = {
+        {"moves half the speed per second", {0, 10, 0}, 1.0f, false, 1000, {5, 10, 0}},
+        {"half the speed in integers", {0, 11, 0}, 1.0f, false, 1000, {5, 11, 0}},
+        {"backwards", {50, -10, 0}, 2.0f, false, 1000, {40, -10, 0}},
+        {"rests while paused", {50, 10, 2.0f}, 0.5f, false, 1000, {50, 10, 1.5f}},
+        {"hover is five times as fast and ends a pause", {0, 10, 2.0f}, 1.0f, true, 1000, {25, 10, 0}},
+        {"past the end turns and rests", {798, 10, 0}, 1.0f, false, 1000, {800, -10, 3.0f}},
+        {"past the start turns and rests", {-98, -10, 0}, 1.0f, false, 1000, {-100, 10, 3.0f}},
+        {"hover never turns", {798, 10, 0}, 1.0f, true, 1000, {800, 10, 0}},
+        {"short text clamps twice and stays", {0, 10, 0}, 1.0f, false, 50, {-100, 10, 3.0f}},
+        {"stopped text stays", {10, 0, 0}, 1.0f, false, 1000, {10, 0, 0}},
+    };
+    for (const Case& c : cases) {
+        LyricsScrollState s = c.before;
+        StepLyricsScroll(s, c.dt, c.hover, 300, c.text);
+        EXPECT_FLOAT_EQ(s.fOffset, c.after.fOffset) << c.what;
+        EXPECT_EQ(s.nScrollSpeed, c.after.nScrollSpeed) << c.what;
+        EXPECT_FLOAT_EQ(s.fPause, c.after.fPause) << c.what;
+    }
+}
+
+TEST(LyricsScroll, GoesToTheEndRestsAndComesBack)
+{
+    LyricsScrollState s{0, 20, 0};
+    float lowest = 0, highest = 0;
+    int turns = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const int speed = s.nScrollSpeed;
+        StepLyricsScroll(s, 0.1f, false, 300, 700);
+        turns += speed != s.nScrollSpeed;
+        lowest = std::min(lowest, s.fOffset);
+        highest = std::max(highest, s.fOffset);
+    }
+    EXPECT_FLOAT_EQ(highest, 500.0f);
+    EXPECT_FLOAT_EQ(lowest, -100.0f);
+    EXPECT_GE(turns, 3);
+}
+
+TEST(LyricsScroll, PagesOfTheTwoBoxTexture)
+{
+    struct Case
+    {
+        float offset;
+        int page;
+        float tex;
+    };
+    for (const Case& c : {Case{0, 0, 0}, Case{450, 1, 0.25f}, Case{299.9f, 0, 299.9f / 600}, Case{-60, 0, -0.1f},
+                          Case{900, 3, 0}}) {
+        EXPECT_EQ(LyricsPage(c.offset, 300), c.page) << c.offset;
+        EXPECT_NEAR(LyricsTexOffset(c.offset, 300, c.page), c.tex, 1e-6) << c.offset;
+    }
+}
+
+TEST(FrameTimer, MeasuresFramesPerSecondEveryHalfSecond)
+{
+    CFrameTimer timer;
+    timer.Start(100.0);
+    EXPECT_EQ(timer.MeasuredFPS(), 0.0f);
+    double now = 100.0;
+    for (int i = 0; i < 60; ++i)
+        EXPECT_NEAR(timer.Tick(now += 1.0 / 90), 1.0 / 90, 1e-5);
+    EXPECT_NEAR(timer.MeasuredFPS(), 90.0f, 0.5f);
+    for (int i = 0; i < 40; ++i)
+        timer.Tick(now += 1.0 / 30);
+    EXPECT_NEAR(timer.MeasuredFPS(), 30.0f, 0.5f);
+}
+
+TEST(VisualThreadSettings, FrameRateIsClamped)
+{
+    CVisualThread thread;
+    for (auto [asked, kept] : {std::pair{5, 15}, std::pair{15, 15}, std::pair{90, 90}, std::pair{1000, 1000},
+                               std::pair{5000, 1000}, std::pair{-1, 15}}) {
+        thread.SetFrameRate(asked);
+        EXPECT_EQ(thread.GetFrameRate(), kept) << asked;
+    }
+}
+
+TEST(VisualToolbar, ToolTipsAreShiftedPastTheAlwaysOnTopButton)
+{
+    const std::pair<int, const char*> expected[] = {
+        {63, nullptr}, {64, "Lyrics"}, {65, "Art"}, {66, "Slide Show"}, {67, "Visualization"},
+        {68, "Switch mode"}, {69, "Alway on Top"}, {70, nullptr}, {71, nullptr}, {72, nullptr}};
+    for (auto [command, text] : expected) {
+        const char* actual = VisualToolTipText(command);
+        EXPECT_EQ(actual ? std::string(actual) : std::string("(none)"), text ? std::string(text) : std::string("(none)"))
+            << command;
+    }
+
+    CVisualToolbar toolbar;
+    toolbar.Create(VISUAL_FLAG_LYRICS | VISUAL_FLAG_TOPMOST, nullptr);
+    EXPECT_EQ(toolbar.actions().size(), 8) << "six buttons and two separators";
+    EXPECT_TRUE(toolbar.Button(ID_VISUAL_TOPMOST)->toolTip().isEmpty());
+    EXPECT_EQ(toolbar.Button(ID_VISUAL_LYRICS)->toolTip(), QStringLiteral("Lyrics"));
+    EXPECT_TRUE(toolbar.IsChecked(ID_VISUAL_LYRICS));
+    EXPECT_FALSE(toolbar.IsChecked(ID_VISUAL_ART));
+    EXPECT_TRUE(toolbar.IsChecked(ID_VISUAL_TOPMOST));
+    EXPECT_FALSE(toolbar.Button(ID_VISUAL_SWITCH_MODE)->isCheckable());
+    EXPECT_EQ(toolbar.Button(ID_VISUAL_CHOOSE_PLUGIN), nullptr);
+}

@@ -1,0 +1,209 @@
+// Loading the visualization settings and placement, and the options dialog's conversions.
+#include <QComboBox>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTest>
+#include <QSlider>
+#include <gtest/gtest.h>
+
+#include "support/TestFolders.h"
+#include "visual/CLocalColourButton.h"
+#include "visual/COptionsDlg.h"
+#include "visual/VisualSettings.h"
+
+using tunivox::test::ScopedUserFolders;
+
+namespace {
+
+const QString kKey = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
+
+void Put(const char* name, const TypedValue& value)
+{
+    CTypedSettings store;
+    ASSERT_TRUE(store.SetValue(kKey, QLatin1String(name), value));
+}
+
+QString ScalableFace()
+{
+    for (const QString& family : QFontDatabase::families())
+        if (QFontDatabase::isSmoothlyScalable(family))
+            return family;
+    return QString();
+}
+
+template <typename T>
+T* Child(const COptionsDlg& dlg, int id)
+{
+    return qobject_cast<T*>(dlg.Control(id));
+}
+
+} // namespace
+
+TEST(VisualSettingsLoad, MissingValuesKeepDefaultsAndBadOnesAreSkipped)
+{
+    ScopedUserFolders folders;
+    Put("LyrFontSize", TypedValue::FromDWORD(14));
+    Put("LyrSpeed", TypedValue::FromString(QStringLiteral("fast")));
+    Put("LyrBkColor", TypedValue::FromDWORD(0x80102030));
+    Put("ShowFPS", TypedValue::FromDWORD(1));
+    VisualSettings s;
+    s.m_strFontName = QStringLiteral("Previous");
+    LoadVisualSettings(CTypedSettings(), kKey, s);
+    EXPECT_EQ(s.m_strFontName, QStringLiteral("Segoe UI")) << "a failed name read falls back";
+    EXPECT_EQ(s.m_nFontSize, 14);
+    EXPECT_EQ(s.m_nLyricsSpeed, 10) << "a string is no DWORD";
+    EXPECT_EQ(s.m_clrLyricsBox, 0x80102030u);
+    EXPECT_EQ(s.m_clrFont, 0xFF60FFFFu);
+    EXPECT_EQ(s.m_nSlideShowTimeout, 2000);
+    EXPECT_EQ(s.m_nArtTransparency, 125);
+    EXPECT_EQ(s.m_bShowFPS, 1);
+}
+
+TEST(VisualSettingsLoad, LongFontNameIsCutTo32)
+{
+    ScopedUserFolders folders;
+    Put("LyrFontName", TypedValue::FromString(QString(40, QLatin1Char('F'))));
+    VisualSettings s;
+    LoadVisualSettings(CTypedSettings(), kKey, s);
+    EXPECT_EQ(s.m_strFontName, QString(32, QLatin1Char('F')));
+}
+
+TEST(VisualSettingsLoad, PlacementDefaultsMinimumAndRoundTrip)
+{
+    ScopedUserFolders folders;
+    VisualPlacement p;
+    LoadVisualPlacement(CTypedSettings(), kKey, p);
+    EXPECT_EQ(std::tuple(p.xPos, p.yPos, p.xSize, p.ySize, p.dwFlags), std::tuple(50, 50, 700, 550, 22u));
+    EXPECT_EQ(p.strPlugin, QStringLiteral("Spectrola.dll"));
+
+    Put("xSize", TypedValue::FromDWORD(100));
+    Put("Plugin", TypedValue::FromString(QString(300, QLatin1Char('p'))));
+    Put("Plugin_mod", TypedValue::FromDWORD(3));
+    LoadVisualPlacement(CTypedSettings(), kKey, p);
+    EXPECT_EQ(p.xSize, 250);
+    EXPECT_EQ(p.strPlugin.size(), 259);
+    EXPECT_EQ(p.dwPluginModule, 3u);
+
+    CTypedSettings store;
+    ASSERT_TRUE(SaveVisualPlacement(store, kKey, VisualPlacement{7, 8, 300, 400, 0x0B, {}, 0}));
+    VisualPlacement back;
+    LoadVisualPlacement(CTypedSettings(), kKey, back);
+    EXPECT_EQ(std::tuple(back.xPos, back.yPos, back.xSize, back.ySize, back.dwFlags), std::tuple(7, 8, 300, 400, 0x0Bu));
+}
+
+TEST(VisualSettingsCompare, EqualityRules)
+{
+    VisualSettings a, b;
+    b.m_strFontName = QStringLiteral("SEGOE ui");
+    b.m_nArtTransparency = 125 + 256;
+    b.m_bShowFPS = 0;
+    a.m_bShowFPS = 0;
+    EXPECT_EQ(a, b);
+    b.m_bShowFPS = 7;
+    a.m_bShowFPS = 1;
+    EXPECT_EQ(a, b);
+    b.m_clrLyricsBox ^= 0x01000000;
+    EXPECT_NE(a, b);
+}
+
+TEST(OptionsDialog, ShowsTheSettingsThroughItsConversions)
+{
+    struct Case
+    {
+        int artTransparency;
+        ARGBCOLOR box;
+        int speed;
+        int slideShow;
+        int artPos;
+        QString artLabel;
+        int boxPos;
+        QString boxLabel;
+        int speedPos;
+        int slidePos;
+        QString slideLabel;
+    };
+    const Case cases[] = {
+        {125, 0x14000000, 12, 2500, 130, "50%", 235, "92%", 2, 2, "2 sec."},
+        {255, 0xFF000000, 50, 15000, 0, "0%", 0, "0%", 10, 15, "15 sec."},
+        {0, 0x00FFFFFF, 5, 1000, 255, "100%", 255, "100%", 1, 1, "1 sec."},
+    };
+    for (const Case& c : cases) {
+        COptionsDlg dlg;
+        dlg.m_settings.m_nArtTransparency = c.artTransparency;
+        dlg.m_settings.m_clrLyricsBox = c.box;
+        dlg.m_settings.m_nLyricsSpeed = c.speed;
+        dlg.m_settings.m_nSlideShowTimeout = c.slideShow;
+        dlg.show();
+        EXPECT_EQ(Child<QSlider>(dlg, COptionsDlg::IDC_ART_TRANSPARENCY)->value(), c.artPos);
+        EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_ART_LABEL)->text(), c.artLabel);
+        EXPECT_EQ(Child<QSlider>(dlg, COptionsDlg::IDC_BOX_TRANSPARENCY)->value(), c.boxPos);
+        EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_BOX_LABEL)->text(), c.boxLabel);
+        EXPECT_EQ(Child<QSlider>(dlg, COptionsDlg::IDC_SPEED)->value(), c.speedPos);
+        EXPECT_EQ(Child<QSlider>(dlg, COptionsDlg::IDC_SLIDESHOW)->value(), c.slidePos);
+        EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_SLIDESHOW_LABEL)->text(), c.slideLabel);
+        EXPECT_EQ(dlg.m_settings.m_nLyricsSpeed, c.speed) << "showing changes nothing";
+        dlg.reject();
+    }
+}
+
+TEST(OptionsDialog, MovingSlidersStoresConvertedValues)
+{
+    COptionsDlg dlg;
+    dlg.m_settings.m_clrLyricsBox = 0x14102030;
+    dlg.show();
+    Child<QSlider>(dlg, COptionsDlg::IDC_SPEED)->setValue(3);
+    Child<QSlider>(dlg, COptionsDlg::IDC_SPEED)->setValue(2);
+    Child<QSlider>(dlg, COptionsDlg::IDC_SLIDESHOW)->setValue(3);
+    Child<QSlider>(dlg, COptionsDlg::IDC_ART_TRANSPARENCY)->setValue(55);
+    Child<QSlider>(dlg, COptionsDlg::IDC_BOX_TRANSPARENCY)->setValue(5);
+    EXPECT_EQ(dlg.m_settings.m_nLyricsSpeed, 10);
+    EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_SPEED_LABEL)->text(), QStringLiteral("2"));
+    EXPECT_EQ(dlg.m_settings.m_nSlideShowTimeout, 3000);
+    EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_SLIDESHOW_LABEL)->text(), QStringLiteral("3 sec."));
+    EXPECT_EQ(dlg.m_settings.m_nArtTransparency, 200);
+    EXPECT_EQ(Child<QLabel>(dlg, COptionsDlg::IDC_ART_LABEL)->text(), QStringLiteral("21%"));
+    EXPECT_EQ(dlg.m_settings.m_clrLyricsBox, 0xFA102030u) << "colour bytes kept";
+}
+
+TEST(OptionsDialog, PickedColourMakesBothColoursOpaque)
+{
+    COptionsDlg dlg;
+    dlg.m_settings.m_clrFont = 0x80112233;
+    dlg.m_settings.m_clrLyricsBox = 0x14445566;
+    dlg.show();
+    auto* fontButton = Child<CLocalColourButton>(dlg, COptionsDlg::IDC_FONT_COLOUR);
+    auto* boxButton = Child<CLocalColourButton>(dlg, COptionsDlg::IDC_BOX_COLOUR);
+    EXPECT_EQ(fontButton->GetColour(), RGB(0x11, 0x22, 0x33)) << "red and blue swapped, alpha dropped";
+    EXPECT_EQ(boxButton->GetColour(), RGB(0x44, 0x55, 0x66));
+    fontButton->SetColour(RGB(0xAA, 0xBB, 0xCC));
+    emit fontButton->ColourChanged(RGB(0xAA, 0xBB, 0xCC));
+    dlg.accept();
+    EXPECT_EQ(dlg.m_settings.m_clrFont, 0xFFAABBCCu);
+    EXPECT_EQ(dlg.m_settings.m_clrLyricsBox, 0xFF445566u);
+}
+
+TEST(OptionsDialog, FontSizesFollowTheFace)
+{
+    const QString face = ScalableFace();
+    if (face.isEmpty())
+        GTEST_SKIP() << "no scalable font installed";
+    COptionsDlg dlg;
+    dlg.m_settings.m_strFontName = face.toUpper();
+    dlg.m_settings.m_nFontSize = 7;
+    dlg.m_settings.m_bShowFPS = 0;
+    dlg.show();
+    EXPECT_EQ(dlg.m_settings.m_strFontName, face.left(VISUAL_FONT_NAME_MAX)) << "the list's spelling";
+    EXPECT_EQ(dlg.FontSizes(), VisualOptions::StandardFontSizes());
+    EXPECT_EQ(dlg.m_settings.m_nFontSize, 8) << "7 is below every size: the first is taken";
+    EXPECT_EQ(Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE)->currentText(), QStringLiteral("8"));
+
+    dlg.m_settings.m_nFontSize = 30;
+    dlg.FillSizes(face);
+    EXPECT_EQ(dlg.m_settings.m_nFontSize, 28) << "the last size not above";
+
+    auto* sizeCombo = Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE);
+    sizeCombo->lineEdit()->clear();
+    QTest::keyClicks(sizeCombo->lineEdit(), QStringLiteral("13pt"));
+    EXPECT_EQ(dlg.m_settings.m_nFontSize, 13);
+}
