@@ -81,13 +81,18 @@ double CSliderCtrlEx::XFromPos(int nPos) const
     const QRectF channel = ChannelRect();
     if (m_nMax == m_nMin)
         return channel.left();
-    return channel.left() + channel.width() * double(nPos - m_nMin) / double(m_nMax - m_nMin);
+    double fraction = double(nPos - m_nMin) / double(m_nMax - m_nMin);
+    if (m_bInverted)
+        fraction = 1.0 - fraction;
+    return channel.left() + channel.width() * fraction;
 }
 
 int CSliderCtrlEx::PosFromX(double x) const
 {
     const QRectF channel = ChannelRect();
-    const double fraction = std::clamp((x - channel.left()) / channel.width(), 0.0, 1.0);
+    double fraction = std::clamp((x - channel.left()) / channel.width(), 0.0, 1.0);
+    if (m_bInverted)
+        fraction = 1.0 - fraction;
     return m_nMin + static_cast<int>(std::lround(fraction * double(m_nMax - m_nMin)));
 }
 
@@ -226,8 +231,18 @@ void CSliderCtrlEx::keyPressEvent(QKeyEvent* e)
 {
     switch (e->key()) {
     case Qt::Key_Left:
-    case Qt::Key_Up: StepTo(m_nPos - m_nLineSize, TB_LINEUP); break;
+        if (m_bInverted)
+            StepTo(m_nPos + m_nLineSize, TB_LINEDOWN);
+        else
+            StepTo(m_nPos - m_nLineSize, TB_LINEUP);
+        break;
     case Qt::Key_Right:
+        if (m_bInverted)
+            StepTo(m_nPos - m_nLineSize, TB_LINEUP);
+        else
+            StepTo(m_nPos + m_nLineSize, TB_LINEDOWN);
+        break;
+    case Qt::Key_Up: StepTo(m_nPos - m_nLineSize, TB_LINEUP); break;
     case Qt::Key_Down: StepTo(m_nPos + m_nLineSize, TB_LINEDOWN); break;
     case Qt::Key_PageUp: StepTo(m_nPos - GetPageSize(), TB_PAGEUP); break;
     case Qt::Key_PageDown: StepTo(m_nPos + GetPageSize(), TB_PAGEDOWN); break;

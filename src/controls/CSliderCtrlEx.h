@@ -48,6 +48,10 @@ public:
     int GetLineSize() const { return m_nLineSize; }
 
     void SetSuppressDefault(bool bSuppress) { m_bSuppressDefault = bSuppress; }
+    // Inverted: the minimum sits at the right end (a volume slider whose position counts the
+    // attenuation still looks loud on the right). The coloured range is always drawn on the left.
+    void SetInverted(bool bInverted) { m_bInverted = bInverted; update(); }
+    bool IsInverted() const { return m_bInverted; }
     // Colours of the filled range, from its start at the minimum towards the maximum.
     void SetRangeColours(const QColor& start, const QColor& end);
     bool IsTracking() const { return m_bTracking; }
@@ -56,6 +60,7 @@ public:
     QSize minimumSizeHint() const override;
 
     bool m_bSuppressDefault = false;
+    bool m_bInverted = false;
 
 signals:
     void Scroll(unsigned code, unsigned position);

@@ -113,6 +113,21 @@ TEST(SliderCtrlEx, SuppressedSliderPassesTheWheelOnButKeepsMouseAndKeys)
     EXPECT_EQ(f.codes.back().first, TB_ENDTRACK);
 }
 
+TEST(SliderCtrlEx, InvertedSliderHasItsMinimumOnTheRight)
+{
+    CSliderFixture f;
+    f.slider.SetInverted(true);
+    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(1.0));
+    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(1.0));
+    EXPECT_EQ(f.slider.GetPos(), 0);
+    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(0.25));
+    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(0.25));
+    EXPECT_NEAR(f.slider.GetPos(), 75, 4);
+    const int before = f.slider.GetPos();
+    QTest::keyClick(&f.slider, Qt::Key_Right);
+    EXPECT_LT(f.slider.GetPos(), before) << "Right moves the thumb right, towards the minimum";
+}
+
 TEST(SliderCtrlEx, RangeClampsThePosition)
 {
     CSliderCtrlEx slider;
