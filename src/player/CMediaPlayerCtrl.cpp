@@ -90,8 +90,11 @@ void CMediaPlayerCtrl::Init()
     m_Trackbar->hide();
     m_VolumeBar = new CSliderCtrlEx(wnd);
     m_VolumeBar->setObjectName(QStringLiteral("volumebar"));
+    // The position counts the attenuation (level = 65535 - position): full volume sits at 0, drawn
+    // on the right so the slider reads as listeners expect.
     m_VolumeBar->SetRange(0, 65535);
-    m_VolumeBar->SetPos(65535);
+    m_VolumeBar->SetInverted(true);
+    m_VolumeBar->SetPos(0);
     m_VolumeBar->hide();
     m_Toolbar->ConnectSliders(m_Trackbar, m_VolumeBar);
 
