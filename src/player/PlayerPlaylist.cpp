@@ -97,11 +97,9 @@ void CMediaPlayerCtrl::RenumberItems()
     // Rebuild both arrays in list order, finding each item's entry by case-insensitive substring, the
     // first title that matches, else the first path.
     CSubstringIndex titleIndex(Qt::CaseInsensitive);
-    for (const QString& title : m_arrTitles.Items())
-        titleIndex.Append(title);
-    CSubstringIndex fileIndex(Qt::CaseInsensitive);
-    for (const QString& file : m_arrFiles.Items())
-        fileIndex.Append(file);
+    titleIndex.Build(m_arrTitles.Items());
+    // Paths are only searched for items whose text no title holds: index them on first need.
+    std::unique_ptr<CSubstringIndex> fileIndex;
 
     CStringArray titles;
     CStringArray files;
@@ -111,8 +109,13 @@ void CMediaPlayerCtrl::RenumberItems()
         if (dot >= 0)
             text = text.mid(dot + 2);
         int j = titleIndex.FirstContaining(text);
-        if (j < 0)
-            j = fileIndex.FirstContaining(text);
+        if (j < 0) {
+            if (!fileIndex) {
+                fileIndex = std::make_unique<CSubstringIndex>(Qt::CaseInsensitive);
+                fileIndex->Build(m_arrFiles.Items());
+            }
+            j = fileIndex->FirstContaining(text);
+        }
         if (j < 0)
             continue;
         titles.Add(text);
