@@ -44,6 +44,11 @@ public:
     // The caller holds the control's change mutex; this releases it.
     virtual void RefreshVisual();
 
+    // The window's playback state word, saved by the control when it pauses and handed back when it
+    // resumes (0 while paused); any thread.
+    void SetVisualState(int nState) { m_nVisualState = nState; }
+    int GetVisualState() const { return m_nVisualState.load(); }
+
     // Frames per second, clamped to 15...1000; any thread.
     void SetFrameRate(int nFPS);
     int GetFrameRate() const { return m_nFPS.load(); }
@@ -80,6 +85,7 @@ private:
     std::atomic<int> m_nFPS{90};
     std::atomic<float> m_fFrameTime{1.0f / 90.0f};
     std::atomic<bool> m_bQuit{false};
+    std::atomic<int> m_nVisualState{1};
 
     std::mutex m_feedLock;
     IVisualFeedSource* m_pPlayerCtrl = nullptr;

@@ -1,0 +1,280 @@
+#include "DemoWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDirIterator>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+#include "NowPlayingPanel.h"
+#include "audio/CAudioPlayer.h"
+#include "audio/WaveOut.h"
+#include "controls/CSliderCtrlEx.h"
+#include "platform/Folders.h"
+#include "platform/UserMessages.h"
+#include "player/CMediaPlayerCtrl.h"
+#include "player/CMediaPlayerToolbar.h"
+#include "song/CId3Tag.h"
+
+namespace {
+
+const QStringList kAudioPatterns = {
+    QStringLiteral("*.mp3"), QStringLiteral("*.flac"), QStringLiteral("*.m4a"), QStringLiteral("*.aac"),
+    QStringLiteral("*.wma"), QStringLiteral("*.ogg"),  QStringLiteral("*.opus"), QStringLiteral("*.wav"),
+    QStringLiteral("*.aif"), QStringLiteral("*.aiff"), QStringLiteral("*.ape"),  QStringLiteral("*.mp4")};
+
+const char* kStyleSheet = R"(
+QMainWindow { background: #f4f6fa; }
+QListWidget { background: white; border: 1px solid #d5dbe5; border-radius: 6px; font-size: 11pt; padding: 4px; }
+QListWidget::item { padding: 5px 4px; }
+QListWidget::item:selected { background: #dce8fb; color: #12233f; }
+#nowPlayingTitle { font-size: 15pt; font-weight: 600; color: #1b2437; }
+#nowPlayingArtist { font-size: 11pt; color: #3d4a63; }
+#nowPlayingAlbum { font-size: 10pt; color: #6b7790; }
+#transport { background: #ffffff; border-top: 1px solid #d5dbe5; }
+#transport QLabel { color: #3d4a63; font-family: monospace; }
+QToolBar { border: none; spacing: 4px; }
+QToolButton { border-radius: 4px; padding: 3px 6px; }
+QToolButton:checked { background: #dce8fb; }
+QToolButton:hover { background: #e9eef6; }
+)";
+
+} // namespace
+
+DemoWindow::DemoWindow()
+{
+    setWindowTitle(QStringLiteral("Tunivox Player demo"));
+    setStyleSheet(QString::fromLatin1(kStyleSheet));
+
+    auto* splitter = new QSplitter(this);
+    m_nowPlaying = new NowPlayingPanel(splitter);
+    auto* listHolder = new QWidget(splitter);
+    auto* listLayout = new QVBoxLayout(listHolder);
+    listLayout->setContentsMargins(8, 12, 12, 8);
+    m_player = new CMediaPlayerCtrl(listHolder);
+    m_player->setObjectName(QStringLiteral("playlist"));
+    m_player->SetDlgCtrlID(1001);
+    m_player->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    listLayout->addWidget(m_player);
+    splitter->addWidget(m_nowPlaying);
+    splitter->addWidget(listHolder);
+    splitter->setStretchFactor(1, 1);
+    setCentralWidget(splitter);
+    m_player->Init();
+    // The control starts with room for 5000 entries; a host clears the list before it loads songs.
+    m_player->ClearPlayList();
+
+    QToolBar* actions = addToolBar(tr("Playlist"));
+    actions->setMovable(false);
+    actions->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    actions->addAction(tr("Add files…"), this, &DemoWindow::AddFiles);
+    actions->addAction(tr("Add folder…"), this, &DemoWindow::AddFolder);
+    actions->addAction(tr("Clear"), m_player, &CMediaPlayerCtrl::ClearPlayList);
+    actions->addSeparator();
+    QAction* visual = actions->addAction(tr("Visualization"), this, [this] { m_player->Refresh(1); });
+    visual->setToolTip(tr("Open or close the visualization window"));
+    m_openExternal = actions->addAction(tr("Open in external player"), this, &DemoWindow::OpenExternalPlayer);
+    m_closeExternal = actions->addAction(tr("Close external player"), this, &DemoWindow::CloseExternalPlayer);
+    UpdateExternalActions();
+
+    BuildTransportBar();
+    connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
+    connect(m_player, &CMediaPlayerCtrl::playlistCleared, this, [this] {
+        m_nowPlaying->ShowNothing();
+        statusBar()->showMessage(tr("Playlist cleared"), 3000);
+    });
+    connect(m_player, &CMediaPlayerCtrl::progressChanged, this,
+            [this](const QString& elapsed, const QString& total) {
+                m_elapsed->setText(elapsed);
+                m_total->setText(total.isEmpty() ? QStringLiteral("00:00") : total);
+            });
+    resize(1000, 620);
+}
+
+DemoWindow::~DemoWindow() = default;
+
+void DemoWindow::BuildTransportBar()
+{
+    auto* bar = new QWidget(this);
+    bar->setObjectName(QStringLiteral("transport"));
+    auto* layout = new QHBoxLayout(bar);
+    layout->setContentsMargins(10, 6, 10, 6);
+
+    CMediaPlayerToolbar* toolbar = m_player->GetToolbar();
+    toolbar->setParent(bar);
+    toolbar->setIconSize(QSize(26, 26));
+    toolbar->show();
+    layout->addWidget(toolbar);
+
+    m_elapsed = new QLabel(QStringLiteral("00:00"), bar);
+    m_total = new QLabel(QStringLiteral("00:00"), bar);
+    CSliderCtrlEx* position = m_player->GetTrackbar();
+    position->setParent(bar);
+    position->setMinimumWidth(260);
+    position->show();
+    layout->addWidget(m_elapsed);
+    layout->addWidget(position, 1);
+    layout->addWidget(m_total);
+
+    m_repeat = new QToolButton(bar);
+    m_repeat->setText(tr("Repeat"));
+    m_repeat->setCheckable(true);
+    connect(m_repeat, &QToolButton::toggled, this, [this](bool on) { m_player->SetRepeatMode(on); });
+    m_shuffle = new QToolButton(bar);
+    m_shuffle->setText(tr("Shuffle"));
+    m_shuffle->setCheckable(true);
+    connect(m_shuffle, &QToolButton::toggled, this, [this](bool on) { m_player->SetShuflleMode(on); });
+    layout->addWidget(m_repeat);
+    layout->addWidget(m_shuffle);
+
+    layout->addWidget(new QLabel(tr("Volume"), bar));
+    CSliderCtrlEx* volume = m_player->GetVolumeBar();
+    volume->setParent(bar);
+    volume->setFixedWidth(110);
+    volume->show();
+    layout->addWidget(volume);
+
+    auto* bottom = new QToolBar(tr("Transport"), this);
+    bottom->setMovable(false);
+    bottom->addWidget(bar);
+    addToolBar(Qt::BottomToolBarArea, bottom);
+}
+
+int DemoWindow::AddFile(const QString& path)
+{
+    CId3Tag tag;
+    CMp3Song song = tag.ReadTag(path, QString());
+    song.m_strFilePath = path;
+    song.m_strAux2 = QFileInfo(path).fileName();
+    return m_player->addFile(song, 0) == 0 ? 1 : 0;
+}
+
+int DemoWindow::AddPaths(const QStringList& paths)
+{
+    int added = 0;
+    for (const QString& path : paths) {
+        const QFileInfo info(path);
+        if (info.isDir()) {
+            QStringList files;
+            QDirIterator it(info.absoluteFilePath(), kAudioPatterns, QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext())
+                files.append(it.next());
+            files.sort(Qt::CaseInsensitive);
+            for (const QString& file : files)
+                added += AddFile(file);
+        } else if (info.isFile()) {
+            added += AddFile(info.absoluteFilePath());
+        } else {
+            statusBar()->showMessage(tr("Not found: %1").arg(path), 5000);
+        }
+    }
+    if (added > 0)
+        statusBar()->showMessage(tr("%n song(s) added", nullptr, added), 4000);
+    return added;
+}
+
+void DemoWindow::AddFiles()
+{
+    const QStringList files = QFileDialog::getOpenFileNames(
+        this, tr("Add files"), QString(), tr("Audio files (%1);;All files (*)").arg(kAudioPatterns.join(QLatin1Char(' '))));
+    AddPaths(files);
+}
+
+void DemoWindow::AddFolder()
+{
+    const QString folder = QFileDialog::getExistingDirectory(this, tr("Add folder"));
+    if (!folder.isEmpty())
+        AddPaths({folder});
+}
+
+void DemoWindow::PlayFirst()
+{
+    if (m_player->count() == 0)
+        return;
+    m_player->setCurrentRow(0);
+    if (!m_player->Play()) {
+        const CAudioPlayer* engine = m_player->GetAudioPlayer();
+        const QString error = engine ? QString::fromUtf8(engine->m_szError) : QString();
+        if (!m_bTriedNull && error.startsWith(QLatin1String("Could not open the Audio device"))) {
+            FallBackToNullDevice();
+            m_player->Play();
+        } else if (!error.isEmpty()) {
+            statusBar()->showMessage(error, 8000);
+        }
+    }
+}
+
+void DemoWindow::FallBackToNullDevice()
+{
+    m_bTriedNull = true;
+    WaveMapperOptions options = GetWaveMapper();
+    options.eBackend = WaveBackend::Null;
+    SetWaveMapper(options);
+    statusBar()->showMessage(tr("No sound device could be opened: playing silently through the null device"));
+}
+
+void DemoWindow::OnSongStarted()
+{
+    const QString path = m_player->GetPlayingFileName();
+    m_nowPlaying->ShowSong(path);
+    for (int i = 0; i < m_player->count(); ++i) {
+        QFont font = m_player->item(i)->font();
+        font.setBold(i == m_player->GetCurrentIndex());
+        m_player->item(i)->setFont(font);
+    }
+    setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
+}
+
+void DemoWindow::customEvent(QEvent* e)
+{
+    // The control's notifications also arrive as posted events, as a non-Qt host would see them.
+    if (e->type() == WM_PLAYER_RIGHT_CLICK)
+        statusBar()->showMessage(tr("%n song(s) selected", nullptr, int(m_player->selectedItems().size())), 3000);
+    QMainWindow::customEvent(e);
+}
+
+void DemoWindow::OpenExternalPlayer()
+{
+    const QString folder = PrivateTempFolder();
+    m_player->SetListFolder(folder);
+    m_player->StartTunivoxMplayer();
+    const QString program = CMediaPlayerCtrl::GetApplicationPath() + QStringLiteral("tplayer");
+    const QString device = GetWaveMapper().eBackend == WaveBackend::Null ? QStringLiteral("null") : QStringLiteral("alsa");
+    const QString args = QStringLiteral("--device %1 \"%2_tmpIntPlayer.m3u\"").arg(device, folder);
+    const PROCESS_INFORMATION pi = m_player->ExecuteProgramHandle(program, args, 0);
+    if (pi.dwProcessId == 0) {
+        statusBar()->showMessage(tr("Could not start the external player"), 5000);
+        return;
+    }
+    m_player->SetExternalProcess(pi);
+    statusBar()->showMessage(tr("Playlist handed to the external player"), 4000);
+    UpdateExternalActions();
+}
+
+void DemoWindow::CloseExternalPlayer()
+{
+    m_player->CloseExternalPlayer();
+    UpdateExternalActions();
+}
+
+void DemoWindow::UpdateExternalActions()
+{
+    const bool running = m_player->AppIsAllreadyRunning(QStringLiteral("tplayer"));
+    m_openExternal->setEnabled(!running);
+    m_closeExternal->setEnabled(running);
+}
+
+void DemoWindow::closeEvent(QCloseEvent* e)
+{
+    if (m_player->AppIsAllreadyRunning(QStringLiteral("tplayer")))
+        m_player->CloseExternalPlayer();
+    QMainWindow::closeEvent(e);
+}

@@ -1,0 +1,54 @@
+#pragma once
+// The demo host: a main window standing in for the tagging application. It embeds the player control
+// and shows what a host typically builds around it.
+
+#include <QMainWindow>
+#include <QStringList>
+
+#include "platform/ProcessList.h"
+
+class CMediaPlayerCtrl;
+class NowPlayingPanel;
+class QAction;
+class QLabel;
+class QToolButton;
+
+class DemoWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    DemoWindow();
+    ~DemoWindow() override;
+
+    // Adds files and folders (recursively) in order; returns the number of songs added.
+    int AddPaths(const QStringList& paths);
+    void PlayFirst();
+    CMediaPlayerCtrl* Player() const { return m_player; }
+    // Called when no sound device could be opened: continue through the null device.
+    void FallBackToNullDevice();
+
+protected:
+    void customEvent(QEvent* e) override;
+    void closeEvent(QCloseEvent* e) override;
+
+private:
+    void BuildTransportBar();
+    void AddFiles();
+    void AddFolder();
+    void OnSongStarted();
+    void OpenExternalPlayer();
+    void CloseExternalPlayer();
+    void UpdateExternalActions();
+    int AddFile(const QString& path);
+
+    CMediaPlayerCtrl* m_player = nullptr;
+    NowPlayingPanel* m_nowPlaying = nullptr;
+    QLabel* m_elapsed = nullptr;
+    QLabel* m_total = nullptr;
+    QToolButton* m_repeat = nullptr;
+    QToolButton* m_shuffle = nullptr;
+    QAction* m_openExternal = nullptr;
+    QAction* m_closeExternal = nullptr;
+    bool m_bTriedNull = false;
+};

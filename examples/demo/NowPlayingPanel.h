@@ -1,0 +1,23 @@
+#pragma once
+// The demo host's now-playing panel: cover thumbnail, title, artist and album of the song that started.
+
+#include <QLabel>
+#include <QWidget>
+
+class NowPlayingPanel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit NowPlayingPanel(QWidget* parent = nullptr);
+    // Reads the song's tags and cover; an unreadable file shows its name only.
+    void ShowSong(const QString& path);
+    void ShowNothing();
+    QString Title() const { return m_title->text(); }
+
+private:
+    QLabel* m_cover;
+    QLabel* m_title;
+    QLabel* m_artist;
+    QLabel* m_album;
+};

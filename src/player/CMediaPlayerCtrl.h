@@ -1,0 +1,278 @@
+#pragma once
+// The player control: a drag-reorder playlist list box that also plays its songs through the audio
+// engine, drives a position and a volume slider, posts notifications to the host window, feeds the
+// visualization thread and hands the playlist to the external player.
+//
+// The host creates it as a child of one of its windows (or promotes a QListWidget in Designer).
+// Init() runs once the control has its parent window (deferred from the constructor or from the first
+// parent change); a host may call it itself. Init puts a companion window (CMediaPlayerWnd) at the
+// list's place, re-parents the list into it and makes the toolbar and sliders there.
+//
+// The playlist is held three times in parallel, index for index: the item texts ("%d. %s"),
+// m_arrFiles (paths) and m_arrTitles (display titles).
+//
+// Notifications (posted CUserMessageEvent to the host window the control was placed in, wParam =
+// GetDlgCtrlID(), lParam = 0), each also emitted as a signal:
+//   1223 WM_PLAYER_SONG_STARTED  songStarted()     a song was started by PlayStart
+//   1224 WM_PLAYER_LIST_CLEARED  playlistCleared() ClearPlayList ran
+//   1226 WM_PLAYER_RIGHT_CLICK   rightClicked()    right button pressed on a non-empty list
+//
+// Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
+// lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
+// 100 ms limit; writers that miss the limit drop their update (the GUI never waits longer).
+
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <sys/types.h>
+
+#include "controls/CInterDragListBox.h"
+#include "controls/CSliderCtrlEx.h"
+#include "controls/PlaylistArrays.h"
+#include "platform/CStringArray.h"
+#include "platform/ProcessList.h"
+#include "player/CMediaPlayerToolbar.h"
+#include "platform/ProcessRunner.h"
+#include "song/CMp3Song.h"
+#include "tunivox_export.h"
+#include "visual/IVisualFeedSource.h"
+
+class CAudioPlayer;
+class CMediaPlayerWnd;
+class CSubstringIndex;
+class CVisualThread;
+
+// Custom event the control posts to itself after a progress step and on Stop (the original posted
+// window message number 291, the same number as its timer); wParam 222, lParam the position.
+inline constexpr QEvent::Type WM_PLAYER_PROGRESS = static_cast<QEvent::Type>(QEvent::User + 291);
+
+class TUNIVOX_EXPORT CMediaPlayerCtrl : public CInterDragListBox, public IVisualFeedSource, public IPlaylistArrays
+{
+    Q_OBJECT
+
+public:
+    explicit CMediaPlayerCtrl(QWidget* parent = nullptr);
+    ~CMediaPlayerCtrl() override;
+
+    // Lifecycle.
+    void Init();
+    BOOL WMInit();
+    void WMRelease();
+    void Error(long code, const char* context);
+    CAudioPlayer* GetAudioPlayer() override;
+    const char* GetRegSubKey() override;
+    void SetRegSubKey(const char* key);
+    void MovePlayerCtrl(const QRect& rc);
+    int DoEvents();
+
+    // Playlist.
+    int addFile(CMp3Song song, int bUseTags);
+    int LoadMp3sToPlayer(CStringArray* files);
+    void ClearPlayList();
+    void ClearFileArray();
+    void RearrangeListItems();
+    QString GetPlayingSongName();
+    QString GetPlayingFileName();
+    QString SetPlayerSongTitle(CMp3Song song, int bFirstOnly, int bTwoLines);
+    static QString GetFormattedTime(int seconds);
+    static QString GetFileName(const QString& path);
+    static QString GetFileWithNoExtension(const QString& name);
+
+    // Transport.
+    int PlayStart(const char* path);
+    int Play();
+    int Pause();
+    int Stop();
+    int Prev();
+    int Next();
+    int Refresh(int bSetTitle);
+    BOOL IsPlaying() const { return m_bPlaying; }
+    BOOL IsPaused() const { return m_bPaused; }
+    BOOL IsStopped() const { return m_bStopped; }
+    BOOL IsRepeat() const { return m_bRepeat; }
+    BOOL IsShuffle() const { return m_bShuffle; }
+    void SetRepeatMode(int b) { m_bRepeat = b; }
+    void SetShuflleMode(int b) { m_bShuffle = b; }
+    long GetVolume();
+    void SetVolume(long v);
+    void ProcessTrackbar(unsigned code, unsigned position);
+    void ProcessVolumeBar(unsigned code, unsigned position);
+    void StartPlayingFromPos(unsigned position);
+
+    // Tags and cover art of a song, handed to the visualization.
+    int GetMp3TagInfo(const QString& path);
+
+    // Visualization feed.
+    void VisualRefresh();
+    void AddBackgrounds();
+    void SetArts(CStringArray* arts);
+    CStringArray* GetArts() override;
+    void SetBackgrounds(CStringArray* backgrounds);
+    CStringArray* GetBackgrounds() override;
+    void SetLyrics(const char* lyrics);
+    const char* GetLyrics() override;
+    void SetMP3VisualTitle(const char* title);
+    const char* GetMP3VisualTitle() override;
+    std::timed_mutex& GetChangeMutex() override { return m_hChangeMutex; }
+    std::uint32_t GetChange() const override { return m_dwChange.load(std::memory_order_relaxed); }
+    void SetChange(std::uint32_t dwChange) override { m_dwChange.store(dwChange, std::memory_order_relaxed); }
+    BOOL IsVisualActive() const { return m_bInternalIsVisual; }
+    void SetVisualActive(int b) { m_bInternalIsVisual = b; }
+    void VisualThreadEnded(CVisualThread* thread) override;
+    CVisualThread* GetVisualThread() const { return m_pVisualThread; }
+
+    // External player.
+    BOOL IsExternalPlayer() const { return m_bInternalIsVisual; }
+    void PlayInExternalPlayer(int unused);
+    int CloseExternalPlayer();
+    int AppIsAllreadyRunning(const QString& exeName);
+    static int IsFileExist(const QString& path);
+    static QString GetApplicationPath();
+    QWidget* GetChildWindow(QWidget* parent, const QString& text);
+    // The external player's process, as a host that launched it with ExecuteProgramHandle stores it.
+    void SetExternalProcess(const PROCESS_INFORMATION& pi);
+    const PROCESS_INFORMATION& GetExternalProcess() const { return m_piExternal; }
+    void SetListFolder(const QString& folder) { m_strListFolder = folder; }
+    QString GetListFolder() const { return m_strListFolder; }
+    BOOL ExecuteProgramCloseProcess(const QString& program, const QString& args, int mode);
+    PROCESS_INFORMATION ExecuteProgramHandle(const QString& program, const QString& args, int bDetached);
+    void KillProcessByName(const char* exeName);
+
+    // Overrides of the drag list box's player commands.
+    void PlayNext() override;
+    void PlayPrevius() override;
+    void IncreaseVolume() override;
+    void DecreaseVolume() override;
+    void SaveToPlaylist() override;
+    void ContinuePlay() override;
+    void PausePlay() override;
+    void PlayPlay() override;
+    void StopPlay() override;
+    void ClearList() override;
+    void RenumberItems() override;
+    void StartTunivoxMplayer() override;
+
+    // IPlaylistArrays: the Delete key removes an entry from both parallel arrays.
+    void RemoveEntryAt(int index) override;
+
+    // Host-facing access to the pieces Init makes (the host decides where to show them).
+    int GetDlgCtrlID() const { return m_nDlgCtrlID; }
+    void SetDlgCtrlID(int id) { m_nDlgCtrlID = id; }
+    CMediaPlayerWnd* GetPlayerWnd() const { return m_PlayerWnd; }
+    CMediaPlayerToolbar* GetToolbar() const { return m_Toolbar.data(); }
+    CSliderCtrlEx* GetTrackbar() const { return m_Trackbar.data(); }
+    CSliderCtrlEx* GetVolumeBar() const { return m_VolumeBar.data(); }
+    QString GetElapsedText() const { return m_strElapsed; }
+    QString GetTotalText() const { return m_strTotal; }
+    int GetCurrentIndex() const { return m_nCurrentIndex; }
+    const CStringArray& GetFiles() const { return m_arrFiles; }
+    const CStringArray& GetTitles() const { return m_arrTitles; }
+    const CMp3Song& GetSong() const { return m_song; }
+    QString GetCurrentPicturePath() const { return m_strPicturePath; }
+    // Folders handed to the engine by WMInit: the converter's folder and the temporary folder.
+    // Default: the application folder and the private temporary folder.
+    void SetHostFolders(const QString& appFolder, const QString& tempFolder);
+
+    // Timer 291's handler, public so hosts and tests can drive a tick.
+    void OnTimer(int id);
+
+signals:
+    void songStarted();
+    void playlistCleared();
+    void rightClicked();
+    // After each progress step and on Stop: elapsed text, total text, position in engine units.
+    void progressChanged(const QString& elapsed, const QString& total, qulonglong position);
+
+protected:
+    int FindString(const CStringArray& arr, const char* s);
+    static QString CapitalizeStr(const QString& s);
+    static QString AddSpace2String(const QString& s, int width);
+    static int ReverseFind(const char* s, const char* sub);
+
+    void OnClose();
+    void OnDestroy();
+    void OnRButtonDown();
+    void OnLButtonDblClk();
+
+    bool event(QEvent* e) override;
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseDoubleClickEvent(QMouseEvent* e) override;
+    void closeEvent(QCloseEvent* e) override;
+    bool UserMessage(CUserMessageEvent* e) override;
+
+private:
+    void PostToHost(QEvent::Type type);
+    QWidget* HostWindow() const;
+    void WriteInternalIsVisual(std::uint32_t value);
+    void StartVisualThread(bool bSetTitle);
+    void StopVisualThread();
+    void RemovePicture();
+    void RemoveStalePictures();
+    void SetSliderPosition(int position);
+    CSubstringIndex& PathIndex();
+    void InvalidatePathIndex();
+
+public:
+    // Members in the documented order (the playlist, transport and feed read them directly).
+    QString m_strWork;
+    CMp3Song m_song;
+    quint64 m_nTrackMax = 0;
+    std::int32_t m_nExternalPid = 0;
+    BOOL m_bInternalIsVisual = 0;
+    QPointer<CSliderCtrlEx> m_Trackbar;
+    QPointer<CSliderCtrlEx> m_VolumeBar;
+    quint64 m_nPosition = 0;
+    std::int32_t m_nVolumeLevel = 0;
+    std::int32_t m_nAdded = 0;
+    BOOL m_bRestart = 0;
+    QString m_strSpare1;
+    QString m_strSpare2;
+    QString m_strListFolder;
+    QString m_strSpare3;
+    CStringArray m_arrFiles;
+    CStringArray m_arrTitles;
+    std::int32_t m_nVisualSaved = 0;
+    QString m_strElapsed;
+    QString m_strTotal;
+    PROCESS_INFORMATION m_piExternal {};
+    BOOL m_bPlaying = 0;
+    BOOL m_bStopped = 1;
+    BOOL m_bRepeat = 0;
+    BOOL m_bShuffle = 0;
+    BOOL m_bUpdateProgress = 0;
+    BOOL m_bPaused = 0;
+    BOOL m_bTrackReleased = 1;
+    CVisualThread* m_pVisualThread = nullptr;
+    QString m_strRegSubKey;
+    QString m_strVisualTitle;
+    QString m_strLyrics;
+    CStringArray m_arrArts;
+    CStringArray m_arrBackgrounds;
+    CMediaPlayerWnd* m_PlayerWnd = nullptr;   // cleared by the window when it goes first
+    QPointer<CMediaPlayerToolbar> m_Toolbar;
+    std::int32_t m_nReserved2 = 0;
+    std::int32_t m_nCurrentIndex = 0;
+    CAudioPlayer* m_pAudioPlayer = nullptr;
+    std::atomic<std::uint32_t> m_dwChange {0};
+    std::timed_mutex m_hChangeMutex;
+
+private:
+    QTimer m_progressTimer;        // timer 291
+    QPointer<QWidget> m_hostWindow; // where notifications go: the window the control was placed in
+    QString m_strPicturePath;      // current "_tmpPlayerPic_" file
+    QStringList m_stalePictures;   // earlier songs' pictures, removed once the new song plays
+    std::unique_ptr<CSubstringIndex> m_pPathIndex; // answers the duplicate rule of addFile
+    QString m_strAppFolder;
+    QString m_strTempFolder;
+    int m_nDlgCtrlID = 0;
+    bool m_bInitDone = false;
+    bool m_bEngineReady = false;
+    // UTF-8 copies returned by the const char* getters.
+    QByteArray m_utf8RegSubKey;
+    QByteArray m_utf8VisualTitle;
+    QByteArray m_utf8Lyrics;
+};

@@ -1,0 +1,30 @@
+#pragma once
+// The transport toolbar: previous, play, pause, stop, next and visualization on/off (command ids 1-6,
+// images 0-5), then a separator. Created hidden in the companion window (control id 4660); the host
+// decides where to show it. It also forwards the two sliders' notifications to the control.
+//
+// Threading: GUI thread only.
+
+#include <QToolBar>
+
+#include "tunivox_export.h"
+
+class CSliderCtrlEx;
+class CMediaPlayerWnd;
+
+class TUNIVOX_EXPORT CMediaPlayerToolbar : public QToolBar
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kControlId = 4660;
+
+    explicit CMediaPlayerToolbar(CMediaPlayerWnd* parent);
+
+    // The action that sends command `id` (1-6), or null.
+    QAction* CommandAction(int id) const;
+    void ConnectSliders(CSliderCtrlEx* trackbar, CSliderCtrlEx* volumebar);
+
+private:
+    CMediaPlayerWnd* m_pPlayerWnd;
+};

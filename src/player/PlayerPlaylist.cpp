@@ -1,0 +1,243 @@
+// The playlist: adding, numbering, titling, reordering, finding and clearing entries, and the string
+// routines the transport and the visualization feed use.
+#include "platform/StringConv.h"
+#include "platform/UserMessages.h"
+#include "player/CMediaPlayerCtrl.h"
+#include "player/SubstringIndex.h"
+
+CSubstringIndex& CMediaPlayerCtrl::PathIndex()
+{
+    // Every operation that changes paths other than by appending drops the index; it is rebuilt here.
+    if (!m_pPathIndex)
+        m_pPathIndex = std::make_unique<CSubstringIndex>(Qt::CaseSensitive);
+    if (m_pPathIndex->Size() != m_arrFiles.GetSize()) {
+        m_pPathIndex->Clear();
+        for (const QString& file : m_arrFiles.Items())
+            m_pPathIndex->Append(file);
+    }
+    return *m_pPathIndex;
+}
+
+void CMediaPlayerCtrl::InvalidatePathIndex()
+{
+    if (m_pPathIndex)
+        m_pPathIndex->Clear();
+}
+
+
+int CMediaPlayerCtrl::addFile(CMp3Song song, int bUseTags)
+{
+    if (!m_bInitDone && !parentWidget())
+        return -1;
+    const QString& path = song.m_strFilePath;
+    // Duplicate rule: rejected when an existing path contains this one (case-sensitive substring).
+    CSubstringIndex& index = PathIndex();
+    if (index.FirstContaining(path) >= 0)
+        return -1;
+
+    ++m_nAdded;
+    m_arrFiles.Add(path);
+    index.Append(path);
+
+    const QString& artist = song.m_strTagArtist;
+    const QString& title = song.m_strTagTitle;
+    if (bUseTags)
+        m_arrTitles.Add(!artist.isEmpty() ? artist : GetFileWithNoExtension(CapitalizeStr(song.m_strAux2)));
+    else
+        m_arrTitles.Add(artist + QStringLiteral(" - ") + title);
+
+    QString text;
+    if (bUseTags && !artist.isEmpty())
+        text = artist;
+    else if (!artist.isEmpty() && !title.isEmpty())
+        text = artist + QStringLiteral(" - ") + title;
+    else
+        text = GetFileWithNoExtension(CapitalizeStr(song.m_strAux2));
+    const int n = m_arrFiles.GetSize();
+    insertItem(n - 1, QString::asprintf("%d. ", n) + text);
+    return 0;
+}
+
+int CMediaPlayerCtrl::LoadMp3sToPlayer(CStringArray*)
+{
+    return 1;
+}
+
+void CMediaPlayerCtrl::ClearPlayList()
+{
+    Stop();
+    clear();
+    m_bStopped = 1;
+    m_bPlaying = 0;
+    m_nAdded = 0;
+    m_arrFiles.SetSize(0);
+    m_arrTitles.SetSize(0);
+    InvalidatePathIndex();
+    PostToHost(WM_PLAYER_LIST_CLEARED);
+    emit playlistCleared();
+}
+
+void CMediaPlayerCtrl::ClearFileArray()
+{
+    InvalidatePathIndex();
+    // Each removal shifts the tail down, so this removes every second entry from i on; kept as is.
+    for (int i = count() - 1; i < m_arrFiles.GetSize(); ++i)
+        m_arrFiles.RemoveAt(i);
+}
+
+void CMediaPlayerCtrl::RemoveEntryAt(int index)
+{
+    InvalidatePathIndex();
+    m_arrFiles.RemoveAt(index);
+    m_arrTitles.RemoveAt(index);
+}
+
+void CMediaPlayerCtrl::RenumberItems()
+{
+    // Rebuild both arrays in list order, finding each item's entry by case-insensitive substring, the
+    // first title that matches, else the first path.
+    CSubstringIndex titleIndex(Qt::CaseInsensitive);
+    titleIndex.Build(m_arrTitles.Items());
+    // Paths are only searched for items whose text no title holds: index them on first need.
+    std::unique_ptr<CSubstringIndex> fileIndex;
+
+    CStringArray titles;
+    CStringArray files;
+    for (int i = 0; i < count() && i < m_arrTitles.GetSize(); ++i) {
+        QString text = item(i)->text();
+        const int dot = text.indexOf(QLatin1Char('.'));
+        if (dot >= 0)
+            text = text.mid(dot + 2);
+        int j = titleIndex.FirstContaining(text);
+        if (j < 0) {
+            if (!fileIndex) {
+                fileIndex = std::make_unique<CSubstringIndex>(Qt::CaseInsensitive);
+                fileIndex->Build(m_arrFiles.Items());
+            }
+            j = fileIndex->FirstContaining(text);
+        }
+        if (j < 0)
+            continue;
+        titles.Add(text);
+        files.Add(m_arrFiles.GetAt(j));
+    }
+    InvalidatePathIndex();
+    for (int i = 0; i < titles.GetSize(); ++i) {
+        m_arrTitles.SetAt(i, titles.GetAt(i));
+        m_arrFiles.SetAt(i, files.GetAt(i));
+    }
+}
+
+void CMediaPlayerCtrl::RearrangeListItems()
+{
+    InvalidatePathIndex();
+    for (int i = 0; i < count(); ++i) {
+        const QString full = item(i)->text();
+        const int p = full.indexOf(QStringLiteral(". "));
+        const QString text = full.right(full.size() - p - 1).trimmed();
+        for (int j = 0; j < m_arrFiles.GetSize(); ++j) {
+            if (m_arrFiles.GetAt(j).contains(text)) {
+                // Deliberately no exchange: the item text is stored at j.
+                m_arrFiles.SetAt(i, m_arrFiles.GetAt(j));
+                m_arrFiles.SetAt(j, text);
+            }
+        }
+    }
+}
+
+int CMediaPlayerCtrl::FindString(const CStringArray& arr, const char* s)
+{
+    const QString needle = FromNarrow(s);
+    for (int i = 0; i < arr.GetSize(); ++i)
+        if (arr.GetAt(i).contains(needle, Qt::CaseInsensitive))
+            return i;
+    return -1;
+}
+
+QString CMediaPlayerCtrl::GetPlayingSongName()
+{
+    if (!m_bPlaying || m_nCurrentIndex < 0 || m_nCurrentIndex >= count())
+        return QString();
+    return item(m_nCurrentIndex)->text();
+}
+
+QString CMediaPlayerCtrl::GetPlayingFileName()
+{
+    return m_arrFiles.GetAt(m_nCurrentIndex);
+}
+
+QString CMediaPlayerCtrl::SetPlayerSongTitle(CMp3Song song, int bFirstOnly, int bTwoLines)
+{
+    const QString& artist = song.m_strTagArtist;
+    const QString& title = song.m_strTagTitle;
+    QString result;
+    if (!artist.isEmpty() && !title.isEmpty() && !bFirstOnly)
+        result = CapitalizeStr(artist) + QLatin1Char('-') + CapitalizeStr(title);
+    else if (!artist.isEmpty() && bFirstOnly)
+        result = CapitalizeStr(artist);
+    else
+        result = GetFileWithNoExtension(CapitalizeStr(song.m_strAux2));
+    if (bTwoLines && !artist.isEmpty() && !title.isEmpty() && !bFirstOnly)
+        result = CapitalizeStr(artist) + QStringLiteral("\r\n") + CapitalizeStr(title);
+    return result;
+}
+
+QString CMediaPlayerCtrl::GetFormattedTime(int s)
+{
+    int m = s / 60;
+    const int seconds = s - 60 * m;
+    const int hours = m / 60;
+    const int minutes = m - 60 * hours;
+    if (hours < 1)
+        return QString::asprintf("%02d:%02d", minutes, seconds);
+    return QString::asprintf("%02d:%02d:%02d", hours, minutes, seconds);
+}
+
+QString CMediaPlayerCtrl::CapitalizeStr(const QString& s)
+{
+    if (s.isEmpty())
+        return s;
+    QString out = s;
+    out[0] = out[0].toUpper();
+    for (int i = 0; i < out.size() - 1; ++i) {
+        const QChar c = out[i];
+        if (c == QLatin1Char(' ') || c == QLatin1Char('(') || c == QLatin1Char('\\') || c == QLatin1Char('-'))
+            out[i + 1] = out[i + 1].toUpper();
+        else
+            out[i + 1] = out[i + 1].toLower();
+    }
+    return out;
+}
+
+QString CMediaPlayerCtrl::AddSpace2String(const QString& s, int width)
+{
+    if (width < s.size())
+        return s;
+    return s + QString(width - s.size(), QLatin1Char(' '));
+}
+
+QString CMediaPlayerCtrl::GetFileName(const QString& path)
+{
+    // Both separators count: hosts on this platform hand in "/" paths.
+    const int p = std::max(path.lastIndexOf(QLatin1Char('\\')), path.lastIndexOf(QLatin1Char('/')));
+    if (p < 0)
+        return QString();
+    const QString name = path.mid(p + 1);
+    return name.left(std::max(0, static_cast<int>(name.size()) - 4));
+}
+
+QString CMediaPlayerCtrl::GetFileWithNoExtension(const QString& name)
+{
+    const int p = name.lastIndexOf(QLatin1Char('.'));
+    if (p < 0)
+        return QString();
+    return name.left(p);
+}
+
+int CMediaPlayerCtrl::ReverseFind(const char* s, const char* sub)
+{
+    if (!s || !sub)
+        return -1;
+    const QByteArray hay(s);
+    return static_cast<int>(hay.lastIndexOf(QByteArray(sub)));
+}

@@ -1,0 +1,303 @@
+// Transport and progress: starting, pausing, stopping and stepping through the playlist, the progress
+// timer with the end-of-song advance, seeking from the position slider, and the volume.
+#include <QCoreApplication>
+#include <ctime>
+
+#include "audio/CAudioPlayer.h"
+#include "audio/WaveOut.h"
+#include "controls/CSliderCtrlEx.h"
+#include "platform/MsvcRand.h"
+#include "platform/StringConv.h"
+#include "platform/UserMessages.h"
+#include "player/CMediaPlayerCtrl.h"
+#include "visual/CVisualThread.h"
+
+namespace {
+
+constexpr int kProgressTimerId = 291;
+constexpr std::uintptr_t kTrackbarId = 222;
+constexpr quint64 kTicksPerSliderStep = 1000000;   // engine units (100 ns) per tenth of a second
+
+std::uint32_t TickCount()
+{
+    timespec ts {};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<std::uint32_t>(static_cast<quint64>(ts.tv_sec) * 1000u + static_cast<quint64>(ts.tv_nsec) / 1000000u);
+}
+
+} // namespace
+
+int CMediaPlayerCtrl::PlayStart(const char* pathArg)
+{
+    QString path = FromNarrow(pathArg);
+    if (!m_bShuffle) {
+        for (int i = 0; i < m_arrFiles.GetSize(); ++i) {
+            if (m_arrFiles.GetAt(i).contains(path)) {
+                m_nCurrentIndex = i;
+                break;
+            }
+        }
+    }
+    const int n = count();
+    if (m_bShuffle && n >= 1) {
+        const int c = currentRow();
+        int k = 0;
+        std::int32_t s = 10000;
+        for (int attempt = 0; attempt <= 40; ++attempt) {
+            const std::uint32_t t = (attempt % 2 == 1) ? TickCount() : static_cast<std::uint32_t>(std::time(nullptr));
+            MsvcSrand(static_cast<unsigned>(s) + t);
+            const std::int32_t r = (MsvcRand() << 16) | MsvcRand();
+            k = r % n;
+            if (k != c)
+                break;
+            s = (attempt + 1) * 343 + 5000;
+        }
+        // After the last attempt k is taken even when it equals c: a one-song list replays itself.
+        if (c >= 0 && c < n)
+            item(c)->setSelected(false);
+        setCurrentRow(k);
+        item(k)->setSelected(true);
+        path = m_arrFiles.GetAt(k);
+        m_nCurrentIndex = k;
+    }
+    if (m_bInternalIsVisual || m_bRestart) {
+        m_bRestart = 0;
+        m_bPlaying = 1;
+        m_bStopped = 0;
+    }
+    if (!m_pAudioPlayer || !m_bEngineReady) {
+        m_bPlaying = 0;
+        return 0;
+    }
+    const QByteArray narrow = path.toUtf8();
+    HRESULT hr = m_pAudioPlayer->Open(narrow.constData());
+    if (SUCCEEDED(hr))
+        hr = m_pAudioPlayer->Play(0);
+    if (FAILED(hr)) {
+        Error(hr, m_pAudioPlayer->m_szError);
+        m_bPlaying = 0;
+        return 0;
+    }
+    m_bPlaying = 1;
+    m_bStopped = 0;
+    m_strTotal = GetFormattedTime(static_cast<int>(m_pAudioPlayer->GetDurationSeconds()));
+    m_nTrackMax = m_pAudioPlayer->m_qwDuration / kTicksPerSliderStep;
+    if (m_Trackbar) {
+        m_Trackbar->SetRange(0, static_cast<int>(m_nTrackMax), TRUE);
+        m_Trackbar->SetPos(0);
+        m_Trackbar->setEnabled(true);
+    }
+    m_progressTimer.start();
+    PostToHost(WM_PLAYER_SONG_STARTED);
+    emit songStarted();
+
+    if (m_pVisualThread) {
+        GetMp3TagInfo(path);
+        SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
+        // The thread reloads lyrics and art itself under the change mutex (RefreshVisual needs it held).
+        if (m_hChangeMutex.try_lock_for(std::chrono::milliseconds(100)))
+            m_pVisualThread->RefreshVisual();
+        m_pVisualThread->SetVisualState(m_nVisualSaved);
+    }
+    RemoveStalePictures();
+    return 1;
+}
+
+int CMediaPlayerCtrl::Play()
+{
+    const int n = count();
+    if (n == 0)
+        return 0;
+    if (m_pAudioPlayer && m_pAudioPlayer->m_bPlaying && m_pAudioPlayer->m_hDecodeThread && m_pAudioPlayer->m_bPaused)
+        return Pause();
+    int selected = currentRow();
+    if (selected < 0 || selected >= n)
+        selected = 0;
+    return PlayStart(m_arrFiles.GetAt(selected).toUtf8().constData());
+}
+
+int CMediaPlayerCtrl::Pause()
+{
+    if (m_bStopped || !m_pAudioPlayer || !m_bEngineReady)
+        return 0;
+    HRESULT hr = S_OK;
+    if (m_pAudioPlayer->m_bPlaying && m_pAudioPlayer->m_hDecodeThread && m_pAudioPlayer->m_bPaused) {
+        hr = m_pAudioPlayer->Resume();
+        m_bPaused = 0;
+        m_progressTimer.start();
+        if (m_pVisualThread)
+            m_pVisualThread->SetVisualState(m_nVisualSaved);
+    } else {
+        hr = m_pAudioPlayer->Pause();
+        m_bPaused = 1;
+        m_progressTimer.stop();
+        if (m_pVisualThread) {
+            m_nVisualSaved = m_pVisualThread->GetVisualState();
+            m_pVisualThread->SetVisualState(0);
+        }
+    }
+    if (FAILED(hr)) {
+        Error(hr, m_pAudioPlayer->m_szError);
+        return 0;
+    }
+    return 1;
+}
+
+int CMediaPlayerCtrl::Stop()
+{
+    if (m_bStopped)
+        return 1;
+    m_bStopped = 1;
+    m_bPaused = 0;
+    int result = 1;
+    if (m_pAudioPlayer) {
+        const HRESULT hr = m_pAudioPlayer->Stop();
+        if (FAILED(hr)) {
+            Error(hr, m_pAudioPlayer->m_szError);
+            result = 0;
+        }
+    }
+    m_progressTimer.stop();
+    if (m_Trackbar) {
+        m_Trackbar->SetPos(0);
+        m_Trackbar->setEnabled(false);
+        m_strElapsed = GetFormattedTime(0);
+        QCoreApplication::postEvent(this, new CUserMessageEvent(WM_PLAYER_PROGRESS, kTrackbarId,
+                                                                static_cast<std::intptr_t>(m_nPosition)));
+        emit progressChanged(m_strElapsed, m_strTotal, 0);
+    }
+    if (m_pVisualThread)
+        m_pVisualThread->SetVisualState(0);
+    return result;
+}
+
+int CMediaPlayerCtrl::Next()
+{
+    const int n = count();
+    if (n == 0)
+        return 0;
+    const int current = currentRow();
+    if (current >= 0 && current < n)
+        item(current)->setSelected(false);
+    const int k = (m_nCurrentIndex >= 0 && m_nCurrentIndex + 1 < n) ? m_nCurrentIndex + 1 : 0;
+    setCurrentRow(k);
+    if (k > 0)
+        item(k - 1)->setSelected(false);
+    item(k)->setSelected(true);
+    if (!m_bStopped)
+        return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
+    return 1;
+}
+
+int CMediaPlayerCtrl::Prev()
+{
+    const int n = count();
+    if (n == 0)
+        return 0;
+    const int current = currentRow();
+    if (current >= 0 && current < n)
+        item(current)->setSelected(false);
+    int k = m_nCurrentIndex - 1;
+    if (k < 0) {
+        k = n - 1;
+        item(0)->setSelected(false);
+    } else if (k + 1 < n) {
+        item(k + 1)->setSelected(false);
+    }
+    // Deliberately unlike Next: the current selection (the caret) is not moved.
+    item(k)->setSelected(true);
+    if (!m_bStopped)
+        return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
+    return 1;
+}
+
+void CMediaPlayerCtrl::OnLButtonDblClk()
+{
+    if (count() == 0)
+        return;
+    int selected = currentRow();
+    if (selected < 0)
+        return;
+    const BOOL shuffle = m_bShuffle;
+    m_bShuffle = 0;
+    PlayStart(m_arrFiles.GetAt(selected).toUtf8().constData());
+    m_bShuffle = shuffle;
+}
+
+void CMediaPlayerCtrl::OnTimer(int id)
+{
+    if (!m_pAudioPlayer || m_pAudioPlayer->m_bPaused)
+        return;
+    if (!m_bUpdateProgress || id != kProgressTimerId) {
+        // The first tick after a start or after a slider drag only re-enables the updates.
+        if (m_bTrackReleased)
+            m_bUpdateProgress = 1;
+        return;
+    }
+    m_nPosition = m_pAudioPlayer->GetCurrentTime();
+    SetSliderPosition(static_cast<int>(m_nPosition / kTicksPerSliderStep));
+    m_strElapsed = GetFormattedTime(static_cast<int>(m_pAudioPlayer->GetCurrentSeconds()));
+    if (HostWindow())
+        QCoreApplication::postEvent(this, new CUserMessageEvent(WM_PLAYER_PROGRESS, kTrackbarId,
+                                                                static_cast<std::intptr_t>(m_nPosition)));
+    emit progressChanged(m_strElapsed, m_strTotal, m_nPosition);
+
+    const bool engineDone = !m_pAudioPlayer->m_bPlaying || !m_pAudioPlayer->m_hDecodeThread;
+    if (!engineDone || m_bStopped)
+        return;
+    const int n = count();
+    // Without repeat, play deliberately ends after the last entry.
+    if (m_bRepeat || n == 0 || currentRow() != n - 1)
+        Next();
+}
+
+void CMediaPlayerCtrl::SetSliderPosition(int position)
+{
+    if (m_Trackbar)
+        m_Trackbar->SetPos(position);
+}
+
+void CMediaPlayerCtrl::ProcessTrackbar(unsigned code, unsigned)
+{
+    if (code != TB_ENDTRACK) {
+        m_bUpdateProgress = 0;
+        m_bTrackReleased = 0;
+        return;
+    }
+    m_bTrackReleased = 1;
+    if (m_pAudioPlayer && m_Trackbar)
+        m_pAudioPlayer->Play(static_cast<quint64>(m_Trackbar->GetPos()) * kTicksPerSliderStep);
+}
+
+void CMediaPlayerCtrl::ProcessVolumeBar(unsigned, unsigned)
+{
+    if (!m_VolumeBar)
+        return;
+    m_nVolumeLevel = 65535 - m_VolumeBar->GetPos();
+    const DWORD level = static_cast<DWORD>(m_nVolumeLevel) & 0xFFFFu;
+    if (m_pAudioPlayer)
+        waveOutSetVolume(m_pAudioPlayer->m_hWaveOut, level | (level << 16));
+}
+
+void CMediaPlayerCtrl::StartPlayingFromPos(unsigned position)
+{
+    if (m_pAudioPlayer)
+        m_pAudioPlayer->Play(static_cast<quint64>(position));
+}
+
+void CMediaPlayerCtrl::SetVolume(long v)
+{
+    if (v < 0 || v > 100)
+        return;
+    // Deliberately inverted: 0 is full volume, 100 silence.
+    const DWORD level = static_cast<DWORD>((100 - v) * 65535 / 100);
+    if (m_pAudioPlayer)
+        waveOutSetVolume(m_pAudioPlayer->m_hWaveOut, level | (level << 16));
+}
+
+long CMediaPlayerCtrl::GetVolume()
+{
+    DWORD volume = 0;
+    waveOutGetVolume(nullptr, &volume);
+    return static_cast<long>((volume & 0xFFFFu) * 100 / 65535);
+}

@@ -1,0 +1,212 @@
+// Transport through the real engine on a fast null device: starting, advancing at the end of a song
+// with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include "PlayerTestSupport.h"
+#include "controls/CSliderCtrlEx.h"
+
+using namespace tunivox::test;
+
+namespace {
+
+const QStringList kSongs = {QStringLiteral("short-44k-stereo.wav"), QStringLiteral("tone-48k-mono.wav"),
+                            QStringLiteral("chord-44k-stereo.flac")};
+
+// Ticks the progress timer until the control moved on from `index` or `limit` ticks passed.
+void TickUntilAdvanced(PlayerFixture& f, int index, int limit = 40)
+{
+    for (int i = 0; i < limit && f.ctrl->GetCurrentIndex() == index; ++i) {
+        f.ctrl->OnTimer(291);
+        QTest::qWait(20);
+    }
+}
+
+} // namespace
+
+TEST(Transport, PlayStartPlaysAndNotifiesTheHost)
+{
+    PlayerFixture f;
+    f.Add(kSongs);
+    int started = 0;
+    QObject::connect(f.ctrl, &CMediaPlayerCtrl::songStarted, [&] { ++started; });
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[2]).toUtf8().constData()), 1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(f.host->Count(WM_PLAYER_SONG_STARTED), 1);
+    EXPECT_EQ(f.host->wParams.value(0), 77u);
+    EXPECT_EQ(started, 1);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2);
+    EXPECT_TRUE(f.ctrl->IsPlaying());
+    EXPECT_FALSE(f.ctrl->IsStopped());
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
+    EXPECT_EQ(f.ctrl->GetTotalText(), QStringLiteral("00:03"));
+    EXPECT_EQ(f.ctrl->GetTrackbar()->GetRangeMax(), 30) << "tenths of a second";
+    EXPECT_TRUE(f.ctrl->GetTrackbar()->isEnabled());
+    EXPECT_EQ(f.ctrl->GetPlayingSongName(), QStringLiteral("3. Artist - chord-44k-stereo.flac"));
+}
+
+TEST(Transport, WithoutRepeatPlayStopsAfterTheLastEntry)
+{
+    PlayerFixture f(200.0);
+    f.Add(kSongs);
+    f.ctrl->setCurrentRow(1);
+    ASSERT_EQ(f.ctrl->Play(), 1);
+    ASSERT_EQ(f.ctrl->GetCurrentIndex(), 1);
+    ASSERT_TRUE(f.EngineFinished());
+    TickUntilAdvanced(f, 1);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "the end of a song starts the next";
+    ASSERT_TRUE(f.EngineFinished());
+    TickUntilAdvanced(f, 2, 10);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "no wrap without repeat";
+    EXPECT_FALSE(f.ctrl->GetAudioPlayer()->m_bPlaying);
+}
+
+TEST(Transport, WithRepeatTheEndOfTheLastEntryWrapsToTheFirst)
+{
+    PlayerFixture f(200.0);
+    f.Add(kSongs);
+    f.ctrl->SetRepeatMode(1);
+    f.ctrl->setCurrentRow(2);
+    ASSERT_EQ(f.ctrl->Play(), 1);
+    ASSERT_TRUE(f.EngineFinished());
+    TickUntilAdvanced(f, 2);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
+    EXPECT_EQ(f.ctrl->currentRow(), 0);
+}
+
+TEST(Transport, ShuffleWithOneSongReplaysIt)
+{
+    PlayerFixture f;
+    f.Add({kSongs[2]});
+    f.ctrl->SetShuflleMode(1);
+    f.ctrl->setCurrentRow(0);
+    EXPECT_EQ(f.ctrl->PlayStart("anything"), 1);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
+}
+
+TEST(Transport, ShuffleDrawsAnotherEntryThanTheSelectedOne)
+{
+    PlayerFixture f;
+    f.Add(kSongs);
+    f.ctrl->SetShuflleMode(1);
+    for (int selected = 0; selected < 3; ++selected) {
+        f.ctrl->setCurrentRow(selected);
+        ASSERT_EQ(f.ctrl->PlayStart(""), 1);
+        EXPECT_NE(f.ctrl->GetCurrentIndex(), selected);
+        EXPECT_EQ(f.ctrl->currentRow(), f.ctrl->GetCurrentIndex());
+    }
+}
+
+TEST(Transport, DoubleClickPlaysTheClickedSongEvenWithShuffle)
+{
+    PlayerFixture f;
+    f.Add(kSongs);
+    f.ctrl->SetShuflleMode(1);
+    f.host->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
+    const QPoint at = f.ctrl->visualItemRect(f.ctrl->item(1)).center();
+    QTest::mouseClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseDClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
+    EXPECT_TRUE(f.ctrl->IsShuffle()) << "shuffle is back on after the click";
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
+}
+
+TEST(Transport, NextAndPrevWrapAndOnlyMoveTheSelectionWhenStopped)
+{
+    PlayerFixture f;
+    f.Add(kSongs);
+    f.ctrl->m_nCurrentIndex = 2;
+    EXPECT_EQ(f.ctrl->Next(), 1);
+    EXPECT_EQ(f.ctrl->currentRow(), 0) << "wraps after the last";
+    EXPECT_FALSE(f.ctrl->GetAudioPlayer()->m_bPlaying) << "stopped: only the selection moves";
+    f.ctrl->m_nCurrentIndex = 0;
+    EXPECT_EQ(f.ctrl->Prev(), 1);
+    EXPECT_TRUE(f.ctrl->item(2)->isSelected()) << "wraps before the first";
+    EXPECT_FALSE(f.ctrl->item(0)->isSelected());
+
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
+    EXPECT_EQ(f.ctrl->Next(), 1);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1) << "playing: Next plays";
+    EXPECT_EQ(f.ctrl->Prev(), 1);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
+
+    f.ctrl->ClearPlayList();
+    EXPECT_EQ(f.ctrl->Next(), 0);
+    EXPECT_EQ(f.ctrl->Prev(), 0);
+    EXPECT_EQ(f.ctrl->Play(), 0);
+}
+
+TEST(Transport, PauseTogglesAndStopIsIdempotent)
+{
+    PlayerFixture f(1.0);
+    f.Add({QStringLiteral("long-44k-stereo.mp3")});
+    EXPECT_EQ(f.ctrl->Pause(), 0) << "nothing to pause while stopped";
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
+    ASSERT_EQ(f.ctrl->Pause(), 1);
+    ASSERT_TRUE(WaitUntil([&] { return bool(f.ctrl->GetAudioPlayer()->m_bPaused); }));
+    EXPECT_TRUE(f.ctrl->IsPaused());
+    const quint64 frozen = f.ctrl->GetAudioPlayer()->GetCurrentTime();
+    QTest::qWait(150);
+    EXPECT_EQ(f.ctrl->GetAudioPlayer()->GetCurrentTime(), frozen);
+    EXPECT_EQ(f.ctrl->Play(), 1) << "Play while paused resumes";
+    ASSERT_TRUE(WaitUntil([&] { return !f.ctrl->GetAudioPlayer()->m_bPaused; }));
+    EXPECT_FALSE(f.ctrl->IsPaused());
+
+    EXPECT_EQ(f.ctrl->Stop(), 1);
+    EXPECT_TRUE(f.ctrl->IsStopped());
+    EXPECT_EQ(f.ctrl->GetAudioPlayer()->m_hDecodeThread, nullptr);
+    EXPECT_EQ(f.ctrl->GetElapsedText(), QStringLiteral("00:00"));
+    EXPECT_FALSE(f.ctrl->GetTrackbar()->isEnabled());
+    EXPECT_EQ(f.ctrl->Stop(), 1) << "a second Stop does nothing and succeeds";
+}
+
+TEST(Transport, ProgressTicksMoveTheSliderAndAReleasedDragSeeks)
+{
+    PlayerFixture f(1.0);
+    f.Add({QStringLiteral("long-44k-stereo.mp3")});
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
+    f.ctrl->OnTimer(291);   // the first tick only enables the updates
+    EXPECT_TRUE(f.ctrl->m_bUpdateProgress);
+
+    f.ctrl->ProcessTrackbar(TB_THUMBTRACK, 80);
+    EXPECT_FALSE(f.ctrl->m_bUpdateProgress) << "dragging freezes the progress display";
+    f.ctrl->GetTrackbar()->SetPos(80);
+    f.ctrl->ProcessTrackbar(TB_ENDTRACK, 80);
+    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() >= 80000000ull; }));
+    f.ctrl->OnTimer(291);
+    f.ctrl->OnTimer(291);
+    EXPECT_GE(f.ctrl->GetTrackbar()->GetPos(), 80);
+    EXPECT_LT(f.ctrl->GetTrackbar()->GetPos(), 95);
+    EXPECT_TRUE(f.ctrl->GetElapsedText().startsWith(QStringLiteral("00:0")));
+}
+
+TEST(Transport, VolumeScaleIsInvertedAndRangeChecked)
+{
+    PlayerFixture f(1.0);
+    f.Add({QStringLiteral("long-44k-stereo.mp3")});
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
+    f.ctrl->SetVolume(0);
+    EXPECT_EQ(f.ctrl->GetVolume(), 100) << "0 is full volume";
+    f.ctrl->SetVolume(100);
+    EXPECT_EQ(f.ctrl->GetVolume(), 0);
+    f.ctrl->SetVolume(75);
+    EXPECT_EQ(f.ctrl->GetVolume(), 24);
+    f.ctrl->SetVolume(101);
+    EXPECT_EQ(f.ctrl->GetVolume(), 24) << "out of range is ignored";
+    f.ctrl->GetVolumeBar()->SetPos(65535 - 32768);
+    f.ctrl->ProcessVolumeBar(TB_ENDTRACK, 0);
+    EXPECT_EQ(f.ctrl->m_nVolumeLevel, 32768);
+    EXPECT_EQ(f.ctrl->GetVolume(), 50);
+}
+
+TEST(Transport, EngineFailuresFailSoftly)
+{
+    PlayerFixture f;
+    f.ctrl->addFile(SongFor(FixturePath(QStringLiteral("not-audio.mp3"))), 0);
+    EXPECT_EQ(f.ctrl->Play(), 0);
+    EXPECT_FALSE(f.ctrl->IsPlaying());
+    EXPECT_TRUE(f.ctrl->m_strWork.startsWith(QStringLiteral("PlayCtrl Error #-")));
+    EXPECT_TRUE(f.ctrl->m_strWork.contains(QStringLiteral("\nError context: ")));
+}
