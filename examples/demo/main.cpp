@@ -1,8 +1,10 @@
-// tunivox-demo [--device alsa|null] [--quit-after SECONDS] [--screenshot FILE] [FILE|FOLDER…]
+// tunivox-demo [--device alsa|null] [--quit-after SECONDS] [--screenshot FILE] [--visualization]
+//              [FILE|FOLDER…]
 // With no files it loads the demo playlist generated next to it and starts playing.
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 #include <QScreen>
 #include <QTimer>
 
@@ -10,6 +12,23 @@
 #include "audio/WaveOut.h"
 #include "platform/Folders.h"
 #include "player/CMediaPlayerCtrl.h"
+#include "visual/CVisualThread.h"
+
+namespace {
+
+// The main window to `file`; with the visualization open, its latest frame to "<file>-visual.png".
+void SaveScreenshots(DemoWindow& window, const QString& file)
+{
+    window.grab().save(file);
+    if (CVisualThread* visual = window.Player()->GetVisualThread()) {
+        const QImage frame = visual->GrabFrame();
+        if (!frame.isNull())
+            frame.save(QFileInfo(file).path() + QLatin1Char('/') + QFileInfo(file).completeBaseName()
+                       + QStringLiteral("-visual.png"));
+    }
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -26,7 +45,9 @@ int main(int argc, char** argv)
     QCommandLineOption screenshot(QStringLiteral("screenshot"),
                                   QStringLiteral("Save a picture of the window to FILE (before quitting)."),
                                   QStringLiteral("FILE"));
-    parser.addOptions({device, quitAfter, screenshot});
+    QCommandLineOption visualization(QStringLiteral("visualization"),
+                                     QStringLiteral("Open the visualization window once playing."));
+    parser.addOptions({device, quitAfter, screenshot, visualization});
     parser.addPositionalArgument(QStringLiteral("paths"), QStringLiteral("Songs or folders to play."),
                                  QStringLiteral("[FILE|FOLDER…]"));
     parser.process(app);
@@ -45,18 +66,20 @@ int main(int argc, char** argv)
     window.AddPaths(paths);
     window.show();
     QTimer::singleShot(0, &window, &DemoWindow::PlayFirst);
+    if (parser.isSet(visualization))
+        QTimer::singleShot(300, &window, [&window] { window.Player()->Refresh(1); });
 
     if (parser.isSet(quitAfter)) {
         const int ms = static_cast<int>(parser.value(quitAfter).toDouble() * 1000);
         const QString shot = parser.value(screenshot);
         QTimer::singleShot(ms, &window, [&window, shot] {
             if (!shot.isEmpty())
-                window.grab().save(shot);
+                SaveScreenshots(window, shot);
             window.close();
         });
     } else if (parser.isSet(screenshot)) {
         const QString shot = parser.value(screenshot);
-        QTimer::singleShot(3000, &window, [&window, shot] { window.grab().save(shot); });
+        QTimer::singleShot(3000, &window, [&window, shot] { SaveScreenshots(window, shot); });
     }
     return app.exec();
 }

@@ -118,6 +118,9 @@ void CMediaPlayerCtrl::VisualRefresh()
 
 void CMediaPlayerCtrl::StartVisualThread(bool bSetTitle)
 {
+    // Opened in the middle of a song: give it that song's lyrics and cover, as a song start would.
+    if (m_bPlaying && m_nCurrentIndex >= 0 && m_nCurrentIndex < m_arrFiles.GetSize())
+        GetMp3TagInfo(m_arrFiles.GetAt(m_nCurrentIndex));
     auto* thread = new CVisualThread();
     m_pVisualThread = thread;
     thread->SetPlayerCtrl(this);
