@@ -68,6 +68,9 @@ void CMediaPlayerCtrl::Init()
         return;
     m_bInitDone = true;
     m_hostWindow = parent;
+    // The host closing its window is this control's close: the settings are saved then.
+    if (QWidget* top = parent->window())
+        top->installEventFilter(this);
 
     const QRect rc = geometry();
     auto* wnd = new CMediaPlayerWnd(parent);
@@ -251,6 +254,13 @@ bool CMediaPlayerCtrl::event(QEvent* e)
         break;
     }
     return CInterDragListBox::event(e);
+}
+
+bool CMediaPlayerCtrl::eventFilter(QObject* watched, QEvent* e)
+{
+    if (e->type() == QEvent::Close && m_hostWindow && watched == m_hostWindow->window())
+        OnClose();
+    return CInterDragListBox::eventFilter(watched, e);
 }
 
 bool CMediaPlayerCtrl::UserMessage(CUserMessageEvent* e)

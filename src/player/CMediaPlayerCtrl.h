@@ -192,6 +192,8 @@ protected:
     static QString CapitalizeStr(const QString& s);
     static QString AddSpace2String(const QString& s, int width);
     static int ReverseFind(const char* s, const char* sub);
+    // A UTF-16 copy (length + 1 units, zero-terminated) that the caller frees with delete[]; null for null.
+    static char16_t* UnicodeConversion(const char* text);
 
     void OnClose();
     void OnDestroy();
@@ -199,6 +201,7 @@ protected:
     void OnLButtonDblClk();
 
     bool event(QEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseDoubleClickEvent(QMouseEvent* e) override;
     void closeEvent(QCloseEvent* e) override;

@@ -241,3 +241,14 @@ int CMediaPlayerCtrl::ReverseFind(const char* s, const char* sub)
     const QByteArray hay(s);
     return static_cast<int>(hay.lastIndexOf(QByteArray(sub)));
 }
+
+char16_t* CMediaPlayerCtrl::UnicodeConversion(const char* text)
+{
+    if (!text)
+        return nullptr;
+    const QString wide = QString::fromUtf8(text);
+    auto* copy = new char16_t[static_cast<size_t>(wide.size()) + 1];
+    std::copy(wide.utf16(), wide.utf16() + wide.size(), copy);
+    copy[wide.size()] = 0;
+    return copy;
+}

@@ -66,6 +66,16 @@ TEST(Lifecycle, InternalIsVisualIsSavedOnDestroyAndReadByInit)
     EXPECT_EQ(StoredInternalIsVisual(), 1u);
 }
 
+TEST(Lifecycle, ClosingTheHostWindowSavesInternalIsVisual)
+{
+    PlayerFixture f;
+    DWORD seven = 7;
+    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &seven);
+    f.host->show();
+    f.host->close();
+    EXPECT_EQ(StoredInternalIsVisual(), 0u);
+}
+
 TEST(Lifecycle, RightClickNotifiesOnlyForANonEmptyList)
 {
     PlayerFixture f;

@@ -16,6 +16,7 @@ public:
     using CMediaPlayerCtrl::CapitalizeStr;
     using CMediaPlayerCtrl::FindString;
     using CMediaPlayerCtrl::ReverseFind;
+    using CMediaPlayerCtrl::UnicodeConversion;
 };
 
 QStringList Items(const CMediaPlayerCtrl& ctrl)
@@ -67,6 +68,9 @@ TEST(PlaylistStrings, FileNameHelpersKeepTheirFixedRules)
     EXPECT_EQ(PlaylistProbe::AddSpace2String(QStringLiteral("abcdef"), 3), QStringLiteral("abcdef"));
     EXPECT_EQ(PlaylistProbe::ReverseFind("a/b/c", "/"), 3);
     EXPECT_EQ(PlaylistProbe::ReverseFind("abc", "x"), -1);
+    EXPECT_EQ(PlaylistProbe::UnicodeConversion(nullptr), nullptr);
+    std::unique_ptr<char16_t[]> wide(PlaylistProbe::UnicodeConversion("Ärger €"));
+    EXPECT_EQ(std::u16string(wide.get()), u"Ärger €");
 }
 
 TEST(Playlist, ItemsAreNumberedAndTitledByTheTagRules)
