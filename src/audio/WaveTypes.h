@@ -2,26 +2,9 @@
 // Plain data types of the wave output and the engine, with the classic layouts and values, so that
 // block headers (48 bytes), format blocks and result codes read the same as on the original platform.
 
-#include <cstddef>
-#include <cstdint>
+#include "platform/WinTypes.h"
 
-using BYTE = std::uint8_t;
-using WORD = std::uint16_t;
-using DWORD = std::uint32_t;
-using QWORD = std::uint64_t;
-using LONG = std::int32_t;
-using UINT = std::uint32_t;
-using BOOL = int;
-using DWORD_PTR = std::uintptr_t;
-using WCHAR = char16_t;
 using MMRESULT = UINT;
-
-#ifndef TRUE
-#define TRUE 1
-#endif
-#ifndef FALSE
-#define FALSE 0
-#endif
 
 #pragma pack(push, 1)
 struct WAVEFORMATEX

@@ -18,7 +18,7 @@
 
 #include "tunivox_export.h"
 
-using DWORD = std::uint32_t;
+#include "platform/WinTypes.h"
 
 // Value type codes, numerically those of the classic registry so stored files read the same.
 inline constexpr DWORD REG_NONE = 0;

@@ -38,6 +38,8 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
 
 CMediaPlayerCtrl::~CMediaPlayerCtrl()
 {
+    // The host may be half destroyed already (the control dies with its window): tell it nothing.
+    blockSignals(true);
     OnDestroy();
     if (m_pVisualThread) {
         StopVisualThread();

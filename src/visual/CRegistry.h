@@ -10,13 +10,9 @@
 #include <QString>
 
 #include "platform/TypedSettings.h"
+#include "platform/WinTypes.h"
 #include "tunivox_export.h"
 
-using BOOL = int;
-#ifndef TRUE
-inline constexpr BOOL TRUE = 1;
-inline constexpr BOOL FALSE = 0;
-#endif
 
 // The host application's key in the user's settings and the library's own subkey beneath it.
 inline constexpr const char* REGISTRY_APP_KEY = "Software\\Tunivox\\TunivoxDesk";

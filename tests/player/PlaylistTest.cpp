@@ -103,7 +103,7 @@ TEST(Playlist, APathContainedInAnExistingPathIsRejected)
         << "a longer path containing an existing one is fine";
     EXPECT_EQ(c.addFile(SongFor(QStringLiteral("/music/album/song.mp3")), 0), -1);
     c.RemoveEntryAt(0);
-    c.takeItem(0);
+    delete c.takeItem(0);
     EXPECT_EQ(c.addFile(SongFor(QStringLiteral("/music/album/song.mp3")), 0), -1)
         << "still inside song.mp3.bak after the exact entry was removed";
     EXPECT_EQ(c.count(), c.GetFiles().GetSize());
