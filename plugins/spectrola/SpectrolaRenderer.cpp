@@ -117,8 +117,8 @@ bool CSpectrolaRenderer::Ensure(const tMP3VisHostDevice* pDevice)
     m_gl.GenTextures(1, &m_texture);
     m_gl.ActiveTexture(GL_TEXTURE0);
     m_gl.BindTexture(GL_TEXTURE_2D, m_texture);
-    m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
     m_gl.TexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     m_gl.PixelStorei(GL_UNPACK_ALIGNMENT, 1);
@@ -266,6 +266,8 @@ void CSpectrolaRenderer::DrawScope(const CSpectrumAnalyzer& analyzer, const Spec
 
 void CSpectrolaRenderer::DrawSpectrogram(float w, float h, float fDim)
 {
+    // Opaque: blending a full-screen quad would cost llvmpipe a read of every pixel.
+    m_gl.Disable(GL_BLEND);
     m_gl.UseProgram(m_textureProgram);
     m_gl.Uniform2f(m_textureViewport, w, h);
     // The oldest column (the next one to be written) sits at the left edge.
@@ -281,6 +283,7 @@ void CSpectrolaRenderer::DrawSpectrogram(float w, float h, float fDim)
         m_vertices.insert(m_vertices.end(), {v[0], v[1], v[2], v[3], 0.0f, 0.0f});
     Flush(GL_TRIANGLES);
     m_gl.BindTexture(GL_TEXTURE_2D, 0);
+    m_gl.Enable(GL_BLEND);
     m_gl.UseProgram(m_colourProgram);
     m_gl.Uniform2f(m_colourViewport, w, h);
     DrawGrid(w, h, false);
