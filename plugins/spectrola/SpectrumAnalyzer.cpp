@@ -13,6 +13,10 @@ constexpr float kPeakHoldSeconds = 0.6f;
 constexpr float kPeakGravity = 2.8f;       // per second squared
 constexpr float kScopeBlend = 0.45f;       // share of the new waveform per new block
 
+// Analyzers alive (render thread only): the last one gone frees FFTW's planner memory, which would
+// otherwise outlive the plug-in once the host unloads it.
+int g_nAnalyzers = 0;
+
 } // namespace
 
 CSpectrumAnalyzer::CSpectrumAnalyzer()
@@ -30,6 +34,7 @@ CSpectrumAnalyzer::CSpectrumAnalyzer()
     auto* pOut = fftwf_alloc_complex(kFftSize / 2 + 1);
     m_pOut = pOut;
     m_pPlan = fftwf_plan_dft_r2c_1d(kFftSize, m_pIn, pOut, FFTW_ESTIMATE);
+    ++g_nAnalyzers;
     SetBandCount(48);
 }
 
@@ -38,6 +43,8 @@ CSpectrumAnalyzer::~CSpectrumAnalyzer()
     fftwf_destroy_plan(static_cast<fftwf_plan>(m_pPlan));
     fftwf_free(m_pIn);
     fftwf_free(m_pOut);
+    if (--g_nAnalyzers == 0)
+        fftwf_cleanup();
 }
 
 void CSpectrumAnalyzer::SetBandCount(int nBands)
