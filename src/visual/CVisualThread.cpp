@@ -9,6 +9,7 @@
 #include <future>
 
 #include "platform/StringConv.h"
+#include "visual/CVisualPluginHost.h"
 #include "visual/CVisualSurface.h"
 #include "visual/CVisualWnd.h"
 #include "visual/IVisualFeedSource.h"
@@ -44,7 +45,8 @@ constexpr auto kWindowCreationLimit = std::chrono::seconds(10);
 
 } // namespace
 
-CVisualThread::CVisualThread(QObject* parent) : QThread(parent)
+CVisualThread::CVisualThread(QObject* parent)
+    : QThread(parent), m_pPluginHost(std::make_unique<CVisualPluginHost>([this](int ms) { SetFramePeriod(ms); }))
 {
     connect(this, &QThread::finished, this, &CVisualThread::OnFinished, Qt::QueuedConnection);
 }
@@ -209,6 +211,7 @@ BOOL CVisualThread::InitInstance()
     m_pScene->SetTitleSink([pWnd](const QString& title) {
         QMetaObject::invokeMethod(pWnd, [pWnd, title] { pWnd->SetTitleText(title); }, Qt::QueuedConnection);
     });
+    m_pScene->SetPluginRunner(m_pPluginHost.get());
     if (!m_pScene->CreateDeviceResources())
         return FALSE;
 
@@ -330,8 +333,12 @@ void CVisualThread::PublishState()
 
 int CVisualThread::ExitInstance()
 {
-    if (m_pContext && m_pContext->makeCurrent(m_pSurface) && m_pScene)
-        m_pScene->ReleaseDeviceResources();
+    if (m_pContext && m_pContext->makeCurrent(m_pSurface)) {
+        // The module's Release and Quit still see the context.
+        m_pPluginHost->UnloadPlugin();
+        if (m_pScene)
+            m_pScene->ReleaseDeviceResources();
+    }
     m_pScene.reset();
     if (m_pContext) {
         m_pContext->doneCurrent();

@@ -25,6 +25,7 @@
 #include "visual/CVisualScene.h"
 #include "tunivox_export.h"
 
+class CVisualPluginHost;
 class CVisualWnd;
 class IVisualFeedSource;
 class QOpenGLContext;
@@ -58,6 +59,8 @@ public:
     // Asks the loop to end without waiting (the window's close button); any thread.
     void EndSoon() { m_bQuit = true; }
     CVisualWnd* GetMainWnd() const { return m_pVisualWnd.load(); }
+    // The plug-in host; only queued commands (render thread) may call it.
+    CVisualPluginHost* PluginHost() const { return m_pPluginHost.get(); }
     void PostCommand(std::function<void(CVisualScene&)> command);
 
     // A copy of what the scene shows, updated after every loop pass; any thread.
@@ -101,6 +104,7 @@ private:
     QOpenGLContext* m_pContext = nullptr;
     QWindow* m_pSurface = nullptr;
     std::unique_ptr<CVisualScene> m_pScene;
+    std::unique_ptr<CVisualPluginHost> m_pPluginHost;
     bool m_bQuitPosted = false;
     CFrameTimer m_frameTimer;
 };

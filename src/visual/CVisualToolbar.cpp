@@ -1,6 +1,8 @@
 #include "visual/CVisualToolbar.h"
 
 #include <QAction>
+#include <QMenu>
+#include <QToolButton>
 
 #include "visual/VisualImages.h"
 #include "visual/VisualSettings.h"
@@ -62,6 +64,19 @@ bool CVisualToolbar::Create(DWORD dwFlags, std::function<void(int)> onCommand)
             if (onCommand)
                 onCommand(command);
         });
+    }
+    // The chooser has no button of its own: it drops down from the plug-in button.
+    if (auto* pluginButton = qobject_cast<QToolButton*>(widgetForAction(CVisualToolbar::Button(ID_VISUAL_PLUGIN)))) {
+        auto* menu = new QMenu(this);
+        QAction* choose = menu->addAction(QStringLiteral("Choose Plug-in..."));
+        choose->setData(ID_VISUAL_CHOOSE_PLUGIN);
+        choose->setObjectName(QStringLiteral("command%1").arg(ID_VISUAL_CHOOSE_PLUGIN));
+        connect(choose, &QAction::triggered, this, [onCommand] {
+            if (onCommand)
+                onCommand(ID_VISUAL_CHOOSE_PLUGIN);
+        });
+        pluginButton->setMenu(menu);
+        pluginButton->setPopupMode(QToolButton::MenuButtonPopup);
     }
     return true;
 }

@@ -6,7 +6,9 @@
 #include <QOpenGLContext>
 #include <QVBoxLayout>
 
+#include "visual/CChoosePlugin.h"
 #include "visual/COptionsDlg.h"
+#include "visual/CVisualPluginHost.h"
 #include "visual/CVisualSurface.h"
 #include "visual/CVisualThread.h"
 #include "visual/CVisualToolbar.h"
@@ -44,6 +46,8 @@ bool CVisualWnd::Create(CVisualThread* pThread, const QString& strRegSubKey)
         LoadVisualPlacement(store, strRegSubKey, m_placement);
     }
     m_dwFlags = m_placement.dwFlags;
+    m_strPlugin = m_placement.strPlugin;
+    m_nPluginModule = static_cast<int>(m_placement.dwPluginModule);
 
     m_pSurface = new CVisualSurface();
     m_pContainer = QWidget::createWindowContainer(m_pSurface, this);
@@ -95,7 +99,31 @@ bool CVisualWnd::Create(CVisualThread* pThread, const QString& strRegSubKey)
         return false;
     }
     m_pContext->moveToThread(pThread);
+    if (m_dwFlags & VISUAL_FLAG_PLUGIN)
+        LoadPlugin();
     return true;
+}
+
+void CVisualWnd::LoadPlugin()
+{
+    if (!m_pThread)
+        return;
+    CVisualPluginHost* host = m_pThread->PluginHost();
+    const QString folder = VisualPluginFolder();
+    const QString file = m_strPlugin;
+    const int module = m_nPluginModule;
+    void* parent = this;
+    Post([host, folder, file, module, parent](CVisualScene& scene) {
+        host->LoadPlugin(scene, folder, file, module, parent);
+    });
+}
+
+void CVisualWnd::UnloadPlugin()
+{
+    if (!m_pThread)
+        return;
+    CVisualPluginHost* host = m_pThread->PluginHost();
+    Post([host](CVisualScene&) { host->UnloadPlugin(); });
 }
 
 QSize CVisualWnd::SurfacePixelSize() const
@@ -158,12 +186,27 @@ void CVisualWnd::OnCommand(int nCommand)
         break;
     case ID_VISUAL_PLUGIN: {
         SetFlag(VISUAL_FLAG_PLUGIN, checked);
+        UnloadPlugin();
         const DWORD flags = m_dwFlags;
         Post([flags, checked](CVisualScene& scene) {
             scene.SetFlags(flags);
             if (!checked)
                 scene.ReloadArtAndBackgrounds();
         });
+        if (checked)
+            LoadPlugin();
+        break;
+    }
+    case ID_VISUAL_CHOOSE_PLUGIN: {
+        // Like the options dialog, the chooser runs on the GUI thread while frames go on.
+        QString strPlugin = m_strPlugin;
+        int nModule = m_nPluginModule;
+        if (RunChoosePluginDialog(strPlugin, nModule)) {
+            m_strPlugin = strPlugin;
+            m_nPluginModule = nModule;
+        }
+        if (m_dwFlags & VISUAL_FLAG_PLUGIN)
+            LoadPlugin();
         break;
     }
     case ID_VISUAL_SWITCH_MODE:
@@ -197,6 +240,18 @@ bool CVisualWnd::RunOptionsDialog(VisualSettings& settings)
     if (dialog.exec() != QDialog::Accepted)
         return false;
     settings = dialog.m_settings;
+    return true;
+}
+
+bool CVisualWnd::RunChoosePluginDialog(QString& strPlugin, int& nModule)
+{
+    CChoosePlugin dialog(this);
+    dialog.m_strPlugin = strPlugin;
+    dialog.m_nModule = nModule;
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    strPlugin = dialog.m_strPlugin;
+    nModule = dialog.m_nModule;
     return true;
 }
 

@@ -43,6 +43,12 @@ public:
     const VisualSettings& Settings() const { return m_settings; }
     DWORD Flags() const { return m_dwFlags; }
     bool IsSlideShowChecked() const;
+    const QString& PluginName() const { return m_strPlugin; }
+    int PluginModule() const { return m_nPluginModule; }
+
+    // Start and stop the chosen plug-in module; both run on the render thread, queued.
+    void LoadPlugin();
+    void UnloadPlugin();
     QSize SurfacePixelSize() const;
 
     static QString DefaultTitle() { return QStringLiteral("Visualization"); }
@@ -51,6 +57,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     // Runs the options dialog on a copy of the settings; true and the new record on OK.
     virtual bool RunOptionsDialog(VisualSettings& settings);
+    // Runs the plug-in chooser on the current choice; true and the new choice on OK.
+    virtual bool RunChoosePluginDialog(QString& strPlugin, int& nModule);
 
 private:
     void SetFlag(DWORD dwFlag, bool bOn);
@@ -71,5 +79,7 @@ private:
     VisualSettings m_settings;
     VisualPlacement m_placement;
     DWORD m_dwFlags = 0;
+    QString m_strPlugin;
+    int m_nPluginModule = 0;
     bool m_bSaved = false;
 };

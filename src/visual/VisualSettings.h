@@ -46,7 +46,7 @@ struct TUNIVOX_EXPORT VisualPlacement
     int xSize = 700;
     int ySize = 550;
     DWORD dwFlags = 22;
-    QString strPlugin = QStringLiteral("Spectrola.dll");
+    QString strPlugin = QStringLiteral("Spectrola.so");
     DWORD dwPluginModule = 0;
 };
 

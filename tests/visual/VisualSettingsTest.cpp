@@ -75,7 +75,7 @@ TEST(VisualSettingsLoad, PlacementDefaultsMinimumAndRoundTrip)
     VisualPlacement p;
     LoadVisualPlacement(CTypedSettings(), kKey, p);
     EXPECT_EQ(std::tuple(p.xPos, p.yPos, p.xSize, p.ySize, p.dwFlags), std::tuple(50, 50, 700, 550, 22u));
-    EXPECT_EQ(p.strPlugin, QStringLiteral("Spectrola.dll"));
+    EXPECT_EQ(p.strPlugin, QStringLiteral("Spectrola.so"));
 
     Put("xSize", TypedValue::FromDWORD(100));
     Put("Plugin", TypedValue::FromString(QString(300, QLatin1Char('p'))));
