@@ -194,12 +194,14 @@ TEST_F(DragListBox, KeyTableReachesTheVirtualOperations)
     struct Case { int key; Qt::KeyboardModifiers mods; const char* text; std::vector<std::string> calls; };
     const Case cases[] = {
         {Qt::Key_Return, {}, "\r", {"PlayPlay"}}, {Qt::Key_Enter, Qt::KeypadModifier, "\r", {"PlayPlay"}},
-        {Qt::Key_Plus, Qt::ShiftModifier, "+", {"IncreaseVolume", message(WM_LIST_VOLUME_UP)}}, {Qt::Key_Minus, {}, "-", {"DecreaseVolume", message(WM_LIST_VOLUME_DOWN)}},
+        {Qt::Key_Plus, Qt::ShiftModifier, "+", {"IncreaseVolume", message(WM_LIST_VOLUME_UP)}},
+        {Qt::Key_Minus, {}, "-", {"DecreaseVolume", message(WM_LIST_VOLUME_DOWN)}},
         {Qt::Key_I, {}, "i", {message(WM_LIST_INFO)}}, {Qt::Key_I, Qt::ShiftModifier, "I", {message(WM_LIST_INFO)}},
         {Qt::Key_P, {}, "p", {"PausePlay"}}, {Qt::Key_P, Qt::ShiftModifier, "P", {"PausePlay"}},
         {Qt::Key_C, {}, "c", {"ClearList"}}, {Qt::Key_N, {}, "n", {"PlayNext"}},
         {Qt::Key_B, Qt::ShiftModifier, "B", {"PlayPrevius"}}, {Qt::Key_S, {}, "s", {"StopPlay"}},
-        {Qt::Key_Z, Qt::ControlModifier, "\x1a", {"StartTunivoxMplayer"}}, {Qt::Key_A, Qt::ControlModifier, "\x01", {"SelectAllItems"}},
+        {Qt::Key_Z, Qt::ControlModifier, "\x1a", {"StartTunivoxMplayer"}},
+        {Qt::Key_A, Qt::ControlModifier, "\x01", {"SelectAllItems"}},
         {Qt::Key_S, Qt::ControlModifier, "\x13", {"SaveToPlaylist"}}, {Qt::Key_X, {}, "x", {}},
         {Qt::Key_Escape, {}, "\x1b", {}},
     };
@@ -215,12 +217,19 @@ TEST_F(DragListBox, KeyTableReachesTheVirtualOperations)
 TEST_F(DragListBox, DeleteRemovesSelectedItemsHereAndInTheHostArrays)
 {
     using Mode = QAbstractItemView::SelectionMode;
-    struct Case { Mode mode; int count; std::vector<int> selected; std::vector<QString> texts; std::vector<int> removed; int selectedAfter; };
+    struct Case
+    {
+        Mode mode;
+        int count;
+        std::vector<int> selected, removed;
+        std::vector<QString> texts;
+        int selectedAfter;
+    };
     const Case cases[] = {
-        {Mode::SingleSelection, 4, {1}, {"1. Song 0", "2. Song 2", "3. Song 3"}, {1}, 1},
-        {Mode::ExtendedSelection, 5, {0, 2, 3}, {"1. Song 1", "2. Song 4"}, {3, 2, 0}, 0},
-        {Mode::SingleSelection, 3, {2}, {"1. Song 0", "2. Song 1"}, {2}, -1},
-        {Mode::SingleSelection, 2, {}, {"1. Song 0", "2. Song 1"}, {}, -1},
+        {Mode::SingleSelection, 4, {1}, {1}, {"1. Song 0", "2. Song 2", "3. Song 3"}, 1},
+        {Mode::ExtendedSelection, 5, {0, 2, 3}, {3, 2, 0}, {"1. Song 1", "2. Song 4"}, 0},
+        {Mode::SingleSelection, 3, {2}, {2}, {"1. Song 0", "2. Song 1"}, -1},
+        {Mode::SingleSelection, 2, {}, {}, {"1. Song 0", "2. Song 1"}, -1},
         {Mode::SingleSelection, 0, {}, {}, {}, -1},
     };
     for (const Case& c : cases) {

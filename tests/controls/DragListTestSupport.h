@@ -23,12 +23,11 @@ public:
 
     std::vector<std::string> calls;
 
-#define TUNIVOX_RECORD_CALL(name) void name() override { calls.push_back(#name); }
-    TUNIVOX_RECORD_CALL(IncreaseVolume) TUNIVOX_RECORD_CALL(DecreaseVolume) TUNIVOX_RECORD_CALL(PausePlay)
-    TUNIVOX_RECORD_CALL(ContinuePlay) TUNIVOX_RECORD_CALL(ClearList) TUNIVOX_RECORD_CALL(PlayNext)
-    TUNIVOX_RECORD_CALL(PlayPrevius) TUNIVOX_RECORD_CALL(SaveToPlaylist) TUNIVOX_RECORD_CALL(StopPlay)
-    TUNIVOX_RECORD_CALL(PlayPlay) TUNIVOX_RECORD_CALL(StartTunivoxMplayer) TUNIVOX_RECORD_CALL(RenumberItems)
-#undef TUNIVOX_RECORD_CALL
+#define TUNIVOX_RECORD(name) void name() override { calls.push_back(#name); }
+    TUNIVOX_RECORD(IncreaseVolume) TUNIVOX_RECORD(DecreaseVolume) TUNIVOX_RECORD(PausePlay) TUNIVOX_RECORD(ContinuePlay)
+    TUNIVOX_RECORD(ClearList) TUNIVOX_RECORD(PlayNext) TUNIVOX_RECORD(PlayPrevius) TUNIVOX_RECORD(SaveToPlaylist)
+    TUNIVOX_RECORD(StopPlay) TUNIVOX_RECORD(PlayPlay) TUNIVOX_RECORD(StartTunivoxMplayer) TUNIVOX_RECORD(RenumberItems)
+#undef TUNIVOX_RECORD
     void SelectAllItems() override { calls.push_back("SelectAllItems"); CInterDragListBox::SelectAllItems(); }
     bool UserMessage(CUserMessageEvent* e) override
     {
@@ -78,15 +77,6 @@ inline void Fill(CDragListBoxEx* list, int count, std::uint32_t dataBase = 100)
     }
 }
 
-// The "Song k" parts of the items, in list order.
-inline std::vector<int> SongOrder(const CDragListBoxEx* list)
-{
-    std::vector<int> order;
-    for (int i = 0; i < list->GetCount(); ++i)
-        order.push_back(list->GetText(i).section(QStringLiteral("Song "), 1).toInt());
-    return order;
-}
-
 inline std::vector<QString> Texts(const CDragListBoxEx* list)
 {
     std::vector<QString> texts;
@@ -95,11 +85,19 @@ inline std::vector<QString> Texts(const CDragListBoxEx* list)
     return texts;
 }
 
+// The "Song k" parts of the items, in list order.
+inline std::vector<int> SongOrder(const CDragListBoxEx* list)
+{
+    std::vector<int> order;
+    for (const QString& text : Texts(list))
+        order.push_back(text.section(QStringLiteral("Song "), 1).toInt());
+    return order;
+}
+
 inline QPoint ItemCenter(const CDragListBoxEx* list, int index)
 {
     QRect rect;
-    list->GetItemRect(index, &rect);
-    return rect.center();
+    return list->GetItemRect(index, &rect) ? rect.center() : QPoint();
 }
 
 // A point in `to`'s viewport expressed in `from`'s viewport coordinates (where grabbed events go).

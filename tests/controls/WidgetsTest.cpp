@@ -163,12 +163,11 @@ public:
 protected:
     bool event(QEvent* e) override
     {
-        if (e->type() == WM_COLOUR_CHANGED) {
-            auto* m = static_cast<CUserMessageEvent*>(e);
-            messages.push_back({m->WParam(), m->LParam()});
-            return true;
-        }
-        return QWidget::event(e);
+        if (e->type() != WM_COLOUR_CHANGED)
+            return QWidget::event(e);
+        const auto* message = static_cast<CUserMessageEvent*>(e);
+        messages.push_back({message->WParam(), message->LParam()});
+        return true;
     }
 };
 
@@ -227,7 +226,8 @@ TEST(ColourPopup, ChoiceUpdatesTheButtonAndNotifiesTheParent)
     // `custom` is what the system colour dialog answers; nullopt for `expected`: nothing chosen.
     struct Case { const char* what; Pick pick; std::optional<COLORREF> custom, expected; };
     const Case cases[] = {
-        {"palette cell", [](CColourPopup* p) -> QAbstractButton* { return p->ColourCell(19); }, {}, RGB(0x33, 0x99, 0x66)},
+        {"palette cell", [](CColourPopup* p) -> QAbstractButton* { return p->ColourCell(19); }, {},
+         RGB(0x33, 0x99, 0x66)},
         {"automatic", [](CColourPopup* p) -> QAbstractButton* { return p->AutomaticButton(); }, {}, CLR_DEFAULT},
         {"more colours", more, RGB(1, 2, 3), RGB(1, 2, 3)},
         {"more colours cancelled", more, std::nullopt, std::nullopt},

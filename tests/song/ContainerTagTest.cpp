@@ -96,7 +96,8 @@ TEST(ContainerTags, NumbersDatesAndJoinsFollowEachContainersRule)
     for (const Case& c : cases) {
         ScopedTempFolder folder;
         const CMp3Song song = ReadSong(TaggedCopy(folder, c.container, { c.item }));
-        EXPECT_EQ(song.*c.field, QString::fromUtf8(c.expected)) << c.item.pszKey << " " << c.item.values.join(u',').toStdString();
+        EXPECT_EQ(song.*c.field, QString::fromUtf8(c.expected))
+            << c.item.pszKey << " " << c.item.values.join(u',').toStdString();
         EXPECT_EQ(song.m_strTagYear + song.m_strTagTrack, song.m_strYear + song.m_strTrack);
     }
 }

@@ -26,7 +26,10 @@ void Require(bool ok, const QString& what)
         throw std::runtime_error("test file setup failed: " + what.toStdString());
 }
 
-TagLib::ByteVector Bytes(const QByteArray& bytes) { return { bytes.constData(), static_cast<unsigned int>(bytes.size()) }; }
+TagLib::ByteVector Bytes(const QByteArray& bytes)
+{
+    return { bytes.constData(), static_cast<unsigned int>(bytes.size()) };
+}
 TagLib::String Text(const QString& text) { return { text.toStdString(), TagLib::String::UTF8 }; }
 
 QString BareCopy(const ScopedTempFolder& folder, Container container)
@@ -107,10 +110,12 @@ QString TaggedCopy(const ScopedTempFolder& folder, Container container, const st
             TagLib::StringList texts;
             for (const QString& value : item.values)
                 texts.append(Text(value));
-            file.tag()->setItem(TagLib::String(item.pszKey, TagLib::String::Latin1),
-                                key == "trkn" || key == "disk" ? TagLib::MP4::Item(number.value(0).toInt(), number.value(1).toInt())
-                                : key == "tmpo"                ? TagLib::MP4::Item(number.value(0).toInt())
-                                                               : TagLib::MP4::Item(texts));
+            TagLib::MP4::Item value(texts);
+            if (key == "trkn" || key == "disk")
+                value = TagLib::MP4::Item(number.value(0).toInt(), number.value(1).toInt());
+            else if (key == "tmpo")
+                value = TagLib::MP4::Item(number.value(0).toInt());
+            file.tag()->setItem(TagLib::String(item.pszKey, TagLib::String::Latin1), value);
         }
         TagLib::MP4::CoverArtList covers;
         for (const PictureSpec& spec : pictures)
@@ -123,12 +128,18 @@ QString TaggedCopy(const ScopedTempFolder& folder, Container container, const st
         TagLib::ASF::Tag* tag = file.tag();
         for (const TagItem& item : items) {
             const QString key = QString::fromLatin1(item.pszKey), value = item.values.value(0);
-            if (key == "Title") tag->setTitle(Text(value));
-            else if (key == "Author") tag->setArtist(Text(value));
-            else if (key == "Description") tag->setComment(Text(value));
-            else if (key == "Copyright") tag->setCopyright(Text(value));
-            else if (value.startsWith(u'#')) tag->addAttribute(item.pszKey, TagLib::ASF::Attribute(value.mid(1).toUInt()));
-            else tag->addAttribute(item.pszKey, TagLib::ASF::Attribute(Text(value)));
+            if (key == "Title")
+                tag->setTitle(Text(value));
+            else if (key == "Author")
+                tag->setArtist(Text(value));
+            else if (key == "Description")
+                tag->setComment(Text(value));
+            else if (key == "Copyright")
+                tag->setCopyright(Text(value));
+            else if (value.startsWith(u'#'))
+                tag->addAttribute(item.pszKey, TagLib::ASF::Attribute(value.mid(1).toUInt()));
+            else
+                tag->addAttribute(item.pszKey, TagLib::ASF::Attribute(Text(value)));
         }
         // TagLib saves the first attribute of a name in one header object and the rest in another,
         // which it reads back first: writing the last picture first gives the order asked for.
@@ -151,11 +162,12 @@ void PadFlacBlocks(const QString& path, int blockType)
     QByteArray bytes = FileBytes(path);
     Require(bytes.startsWith("fLaC"), path);
     bool last = false;
-    for (qsizetype pos = 4; !last && pos + 4 <= bytes.size(); pos += 4 + bytes.mid(pos + 1, 3).toHex().toInt(nullptr, 16)) {
+    for (qsizetype pos = 4; !last && pos + 4 <= bytes.size();) {
         const auto header = static_cast<unsigned char>(bytes[pos]);
         last = header & 0x80;
         if ((header & 0x7f) == blockType)
             bytes[pos] = static_cast<char>((header & 0x80) | 1);
+        pos += 4 + bytes.mid(pos + 1, 3).toHex().toInt(nullptr, 16);
     }
     QFile file(path);
     Require(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(), path);
