@@ -53,13 +53,15 @@ void WriteId3v2(TagLib::ID3v2::Tag* tag, const std::vector<TagItem>& items, cons
     for (const TagItem& item : items) {
         const QByteArray id(item.pszKey);
         const TagLib::String description = Text(item.values.value(1));
-        Frame* frame = new TextIdentificationFrame(id.constData(), TagLib::String::UTF8);
+        Frame* frame = nullptr;
         if (id == "COMM") {
             frame = new CommentsFrame(TagLib::String::UTF8);
             static_cast<CommentsFrame*>(frame)->setDescription(description);
         } else if (id == "USLT") {
             frame = new UnsynchronizedLyricsFrame(TagLib::String::UTF8);
             static_cast<UnsynchronizedLyricsFrame*>(frame)->setDescription(description);
+        } else {
+            frame = new TextIdentificationFrame(id.constData(), TagLib::String::UTF8);
         }
         frame->setText(Text(item.values.value(0)));
         tag->addFrame(frame);
