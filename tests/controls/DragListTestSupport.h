@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QTest>
 #include <QWidget>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,19 +23,12 @@ public:
 
     std::vector<std::string> calls;
 
-    void IncreaseVolume() override { calls.push_back("IncreaseVolume"); }
-    void DecreaseVolume() override { calls.push_back("DecreaseVolume"); }
+#define TUNIVOX_RECORD(name) void name() override { calls.push_back(#name); }
+    TUNIVOX_RECORD(IncreaseVolume) TUNIVOX_RECORD(DecreaseVolume) TUNIVOX_RECORD(PausePlay) TUNIVOX_RECORD(ContinuePlay)
+    TUNIVOX_RECORD(ClearList) TUNIVOX_RECORD(PlayNext) TUNIVOX_RECORD(PlayPrevius) TUNIVOX_RECORD(SaveToPlaylist)
+    TUNIVOX_RECORD(StopPlay) TUNIVOX_RECORD(PlayPlay) TUNIVOX_RECORD(StartTunivoxMplayer) TUNIVOX_RECORD(RenumberItems)
+#undef TUNIVOX_RECORD
     void SelectAllItems() override { calls.push_back("SelectAllItems"); CInterDragListBox::SelectAllItems(); }
-    void PausePlay() override { calls.push_back("PausePlay"); }
-    void ContinuePlay() override { calls.push_back("ContinuePlay"); }
-    void ClearList() override { calls.push_back("ClearList"); }
-    void PlayNext() override { calls.push_back("PlayNext"); }
-    void PlayPrevius() override { calls.push_back("PlayPrevius"); }
-    void SaveToPlaylist() override { calls.push_back("SaveToPlaylist"); }
-    void StopPlay() override { calls.push_back("StopPlay"); }
-    void PlayPlay() override { calls.push_back("PlayPlay"); }
-    void StartTunivoxMplayer() override { calls.push_back("StartTunivoxMplayer"); }
-    void RenumberItems() override { calls.push_back("RenumberItems"); }
     bool UserMessage(CUserMessageEvent* e) override
     {
         calls.push_back("message " + std::to_string(int(e->type())));
@@ -51,15 +45,16 @@ public:
     void RemoveEntryAt(int index) override { removed.push_back(index); }
 };
 
-struct CListWindow
+// Two lists of 200 x 200 side by side with room for the arrow heads, and a plain widget below.
+class CListWindowTest : public ::testing::Test
 {
+protected:
     std::unique_ptr<CArraysHost> host = std::make_unique<CArraysHost>();
     CRecordingList* a = nullptr;
     CRecordingList* b = nullptr;
     QWidget* other = nullptr;
 
-    // Two lists of 200 x 200 side by side with room for the arrow heads, and a plain widget below.
-    CListWindow()
+    CListWindowTest()
     {
         host->resize(520, 340);
         a = new CRecordingList(host.get());
@@ -82,15 +77,6 @@ inline void Fill(CDragListBoxEx* list, int count, std::uint32_t dataBase = 100)
     }
 }
 
-// The "Song k" parts of the items, in list order.
-inline std::vector<int> SongOrder(const CDragListBoxEx* list)
-{
-    std::vector<int> order;
-    for (int i = 0; i < list->GetCount(); ++i)
-        order.push_back(list->GetText(i).section(QStringLiteral("Song "), 1).toInt());
-    return order;
-}
-
 inline std::vector<QString> Texts(const CDragListBoxEx* list)
 {
     std::vector<QString> texts;
@@ -99,11 +85,19 @@ inline std::vector<QString> Texts(const CDragListBoxEx* list)
     return texts;
 }
 
+// The "Song k" parts of the items, in list order.
+inline std::vector<int> SongOrder(const CDragListBoxEx* list)
+{
+    std::vector<int> order;
+    for (const QString& text : Texts(list))
+        order.push_back(text.section(QStringLiteral("Song "), 1).toInt());
+    return order;
+}
+
 inline QPoint ItemCenter(const CDragListBoxEx* list, int index)
 {
     QRect rect;
-    list->GetItemRect(index, &rect);
-    return rect.center();
+    return list->GetItemRect(index, &rect) ? rect.center() : QPoint();
 }
 
 // A point in `to`'s viewport expressed in `from`'s viewport coordinates (where grabbed events go).
@@ -112,18 +106,9 @@ inline QPoint Across(const CDragListBoxEx* from, const QWidget* to, QPoint ptInT
     return from->viewport()->mapFromGlobal(to->mapToGlobal(ptInTo));
 }
 
-inline void Press(CDragListBoxEx* list, QPoint pt, Qt::KeyboardModifiers mods = {})
-{
-    QTest::mousePress(list->viewport(), Qt::LeftButton, mods, pt);
-}
-inline void MoveTo(CDragListBoxEx* list, QPoint pt)
-{
-    QTest::mouseMove(list->viewport(), pt);
-}
-inline void Release(CDragListBoxEx* list, QPoint pt)
-{
-    QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, pt);
-}
+inline void Press(CDragListBoxEx* list, QPoint pt) { QTest::mousePress(list->viewport(), Qt::LeftButton, {}, pt); }
+inline void MoveTo(CDragListBoxEx* list, QPoint pt) { QTest::mouseMove(list->viewport(), pt); }
+inline void Release(CDragListBoxEx* list, QPoint pt) { QTest::mouseRelease(list->viewport(), Qt::LeftButton, {}, pt); }
 
 // Presses at `from` and moves far enough to start a drag, ending at `to` (both in list coordinates).
 inline void StartDrag(CDragListBoxEx* list, QPoint from, QPoint to)

@@ -32,10 +32,19 @@ struct CSliderFixture
         (void)QTest::qWaitForWindowExposed(&slider);
     }
 
-    // The x of a position, found by clicking: the slider's mapping is what is under test elsewhere.
-    QPoint PointOf(double fraction) const
+    QPoint PointOf(double fraction) const { return {int(slider.width() * fraction), slider.height() / 2}; }
+    void Click(double fraction)
     {
-        return {int(slider.width() * fraction), slider.height() / 2};
+        QTest::mousePress(&slider, Qt::LeftButton, {}, PointOf(fraction));
+        QTest::mouseRelease(&slider, Qt::LeftButton, {}, PointOf(fraction));
+    }
+    // One notch up; returns whether the slider took the wheel.
+    bool WheelUp()
+    {
+        QWheelEvent wheel(QPointF(10, 10), slider.mapToGlobal(QPointF(10, 10)), {}, {0, 120}, Qt::NoButton, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&slider, &wheel);
+        return wheel.isAccepted();
     }
 };
 
@@ -88,9 +97,7 @@ TEST(SliderCtrlEx, KeysAndWheelSendTheirStepCodeThenEndTrack)
     }
 
     f.codes.clear();
-    QWheelEvent wheel(QPointF(10, 10), f.slider.mapToGlobal(QPointF(10, 10)), {}, {0, 120}, Qt::NoButton, {},
-                      Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&f.slider, &wheel);
+    EXPECT_TRUE(f.WheelUp());
     EXPECT_EQ(f.codes, (Codes{{TB_LINEDOWN, 1}, {TB_ENDTRACK, 1}}));
 }
 
@@ -98,47 +105,34 @@ TEST(SliderCtrlEx, SuppressedSliderPassesTheWheelOnButKeepsMouseAndKeys)
 {
     CSliderFixture f;
     f.slider.SetSuppressDefault(true);
-    QWheelEvent wheel(QPointF(10, 10), f.slider.mapToGlobal(QPointF(10, 10)), {}, {0, 120}, Qt::NoButton, {},
-                      Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&f.slider, &wheel);
+    EXPECT_FALSE(f.WheelUp()) << "the parent gets the wheel";
     EXPECT_TRUE(f.codes.empty());
-    EXPECT_FALSE(wheel.isAccepted()) << "the parent gets the wheel";
     EXPECT_EQ(f.slider.GetPos(), 20);
 
     QTest::keyClick(&f.slider, Qt::Key_End);
     EXPECT_EQ(f.slider.GetPos(), 100);
-    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(0.5));
-    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(0.5));
+    f.Click(0.5);
     EXPECT_NEAR(f.slider.GetPos(), 50, 3);
     EXPECT_EQ(f.codes.back().first, TB_ENDTRACK);
 }
 
-TEST(SliderCtrlEx, InvertedSliderHasItsMinimumOnTheRight)
+TEST(SliderCtrlEx, RangeClampsAndAnInvertedSliderHasItsMinimumOnTheRight)
 {
     CSliderFixture f;
+    f.slider.SetPos(170);
+    f.slider.SetRange(0, 30, TRUE);
+    EXPECT_EQ(f.slider.GetPos(), 30);
+    EXPECT_EQ(f.slider.GetPageSize(), 6) << "a fifth of the range by default";
+
+    f.slider.SetRange(0, 100);
     f.slider.SetInverted(true);
-    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(1.0));
-    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(1.0));
+    f.Click(1.0);
     EXPECT_EQ(f.slider.GetPos(), 0);
-    QTest::mousePress(&f.slider, Qt::LeftButton, {}, f.PointOf(0.25));
-    QTest::mouseRelease(&f.slider, Qt::LeftButton, {}, f.PointOf(0.25));
+    f.Click(0.25);
     EXPECT_NEAR(f.slider.GetPos(), 75, 4);
     const int before = f.slider.GetPos();
     QTest::keyClick(&f.slider, Qt::Key_Right);
     EXPECT_LT(f.slider.GetPos(), before) << "Right moves the thumb right, towards the minimum";
-}
-
-TEST(SliderCtrlEx, RangeClampsThePosition)
-{
-    CSliderCtrlEx slider;
-    slider.SetRange(10, 50);
-    slider.SetPos(70);
-    EXPECT_EQ(slider.GetPos(), 50);
-    slider.SetRange(0, 30, TRUE);
-    EXPECT_EQ(slider.GetPos(), 30);
-    slider.SetPos(-5);
-    EXPECT_EQ(slider.GetPos(), 0);
-    EXPECT_EQ(slider.GetPageSize(), 6) << "a fifth of the range by default";
 }
 
 TEST(SliderCtrlEx, PlayedPartIsFilledWithTheRangeColoursAtAnySize)
@@ -169,12 +163,11 @@ public:
 protected:
     bool event(QEvent* e) override
     {
-        if (e->type() == WM_COLOUR_CHANGED) {
-            auto* m = static_cast<CUserMessageEvent*>(e);
-            messages.push_back({m->WParam(), m->LParam()});
-            return true;
-        }
-        return QWidget::event(e);
+        if (e->type() != WM_COLOUR_CHANGED)
+            return QWidget::event(e);
+        const auto* message = static_cast<CUserMessageEvent*>(e);
+        messages.push_back({message->WParam(), message->LParam()});
+        return true;
     }
 };
 
@@ -201,7 +194,7 @@ struct CColourFixture
     }
 };
 
-TEST(ColourPopup, OffersTheFortyNamedColoursAsToolTips)
+TEST(ColourPopup, OffersTheFortyNamedColoursAsToolTipsAndAutomatic)
 {
     CColourFixture f;
     CColourPopup* popup = f.OpenPopup();
@@ -210,75 +203,58 @@ TEST(ColourPopup, OffersTheFortyNamedColoursAsToolTips)
     std::set<COLORREF> colours;
     for (int i = 0; i < 40; ++i) {
         ASSERT_NE(popup->ColourCell(i), nullptr);
-        EXPECT_EQ(popup->ColourCell(i)->toolTip(), QString::fromLatin1(OfficePalette()[std::size_t(i)].szName));
         names.insert(popup->ColourCell(i)->toolTip());
         colours.insert(OfficePalette()[std::size_t(i)].crColour);
     }
     EXPECT_EQ(popup->ColourCell(40), nullptr);
-    EXPECT_EQ(names.size(), 40u);
-    EXPECT_EQ(colours.size(), 40u);
+    EXPECT_EQ(names.size() + colours.size(), 80u) << "forty different names and colours";
+    EXPECT_EQ(popup->ColourCell(19)->toolTip(), QStringLiteral("Sea Green"));
     EXPECT_TRUE(popup->ColourCell(16)->isChecked()) << "the current colour (Red) is marked";
     EXPECT_EQ(popup->AutomaticButton()->text(), QStringLiteral("Automatic"));
     EXPECT_EQ(popup->MoreColoursButton()->text(), QStringLiteral("More Colors..."));
+
+    popup->close();
+    f.button->SetColour(CLR_DEFAULT);
+    EXPECT_EQ(f.button->GetDisplayedColour(), RGB(10, 20, 30)) << "Automatic shows the default colour";
+    EXPECT_EQ(f.button->grab().toImage().pixelColor(f.button->width() / 3, f.button->height() / 2), QColor(10, 20, 30));
 }
 
 TEST(ColourPopup, ChoiceUpdatesTheButtonAndNotifiesTheParent)
 {
-    struct Case
-    {
-        const char* what;
-        std::function<void(CColourPopup*)> choose;
-        std::optional<COLORREF> expected;  // nullopt: nothing chosen
-    };
+    using Pick = QAbstractButton* (*)(CColourPopup*);
+    const Pick more = [](CColourPopup* p) -> QAbstractButton* { return p->MoreColoursButton(); };
+    // `custom` is what the system colour dialog answers; nullopt for `expected`: nothing chosen.
+    struct Case { const char* what; Pick pick; std::optional<COLORREF> custom, expected; };
     const Case cases[] = {
-        {"palette cell", [](CColourPopup* p) { QTest::mouseClick(p->ColourCell(19), Qt::LeftButton); },
+        {"palette cell", [](CColourPopup* p) -> QAbstractButton* { return p->ColourCell(19); }, {},
          RGB(0x33, 0x99, 0x66)},
-        {"automatic", [](CColourPopup* p) { QTest::mouseClick(p->AutomaticButton(), Qt::LeftButton); }, CLR_DEFAULT},
-        {"more colours",
-         [](CColourPopup* p) {
-             p->SetCustomColourChooser([](COLORREF, QWidget*) { return std::optional<COLORREF>(RGB(1, 2, 3)); });
-             QTest::mouseClick(p->MoreColoursButton(), Qt::LeftButton);
-         },
-         RGB(1, 2, 3)},
-        {"more colours cancelled",
-         [](CColourPopup* p) {
-             p->SetCustomColourChooser([](COLORREF, QWidget*) { return std::optional<COLORREF>(); });
-             QTest::mouseClick(p->MoreColoursButton(), Qt::LeftButton);
-         },
-         std::nullopt},
-        {"popup closed", [](CColourPopup* p) { p->close(); }, std::nullopt},
+        {"automatic", [](CColourPopup* p) -> QAbstractButton* { return p->AutomaticButton(); }, {}, CLR_DEFAULT},
+        {"more colours", more, RGB(1, 2, 3), RGB(1, 2, 3)},
+        {"more colours cancelled", more, std::nullopt, std::nullopt},
+        {"popup closed", nullptr, {}, std::nullopt},
     };
     for (const Case& c : cases) {
         CColourFixture f;
         CColourPopup* popup = f.OpenPopup();
         ASSERT_NE(popup, nullptr) << c.what;
-        c.choose(popup);
+        popup->SetCustomColourChooser([&](COLORREF, QWidget*) { return c.custom; });
+        if (c.pick)
+            QTest::mouseClick(c.pick(popup), Qt::LeftButton);
+        else
+            popup->close();
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 
         EXPECT_EQ(f.button->ActivePopup(), nullptr) << c.what << ": the popup closes";
         const COLORREF colour = c.expected.value_or(RGB(255, 0, 0));
         EXPECT_EQ(f.button->GetColour(), colour) << c.what;
+        using Messages = std::vector<std::pair<std::uintptr_t, std::intptr_t>>;
+        EXPECT_EQ(f.dialog.messages, (c.expected ? Messages{{colour, 1042}} : Messages{})) << c.what;
+        ASSERT_EQ(f.changed.count(), c.expected ? 1 : 0) << c.what;
         if (c.expected) {
-            ASSERT_EQ(f.changed.count(), 1) << c.what;
             EXPECT_EQ(f.changed.at(0).at(0).value<COLORREF>(), colour);
-            EXPECT_EQ(f.dialog.messages, (std::vector<std::pair<std::uintptr_t, std::intptr_t>>{{colour, 1042}}))
-                << c.what;
-        } else {
-            EXPECT_EQ(f.changed.count(), 0) << c.what;
-            EXPECT_TRUE(f.dialog.messages.empty()) << c.what;
         }
     }
-}
-
-TEST(ColorButton, AutomaticShowsTheDefaultColour)
-{
-    CColourFixture f;
-    f.button->SetColour(CLR_DEFAULT);
-    f.button->resize(80, 30);
-    EXPECT_EQ(f.button->GetDisplayedColour(), RGB(10, 20, 30));
-    const QImage image = f.button->grab().toImage();
-    EXPECT_EQ(image.pixelColor(f.button->width() / 3, f.button->height() / 2), QColor(10, 20, 30));
 }
 
 } // namespace

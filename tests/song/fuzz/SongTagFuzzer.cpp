@@ -46,6 +46,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     CId3Tag reader;
     const CMp3Song song = reader.ReadTag(path, QString());
+    // Either a read to the end (path set) or the empty record, never a half-filled one.
+    const Mp3SongTextField* fields = Mp3SongTextFields();
+    for (int i = 0; song.m_strFilePath.isEmpty() && i < kMp3SongTextFieldCount; ++i) {
+        if (!(song.*fields[i].pMember).isEmpty())
+            std::abort();
+    }
     if (!reader.ExtractPicture(song, cover, kPictureTypeFrontCover))
         reader.ExtractPicture(song, cover, kPictureTypeOther);
     QFile::remove(path);
