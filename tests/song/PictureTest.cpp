@@ -10,7 +10,7 @@ TEST(CoverPictures, ChoiceByTypeAndOrderInEveryContainer)
 {
     const QByteArray png = FileBytes(FixturePath(QStringLiteral("cover.png")));
     ASSERT_TRUE(png.startsWith("\x89PNG"));
-    struct Case { const char* name; std::vector<PictureSpec> pictures; QByteArray expected, expectedMp4; };
+    struct Case { const char* name; std::vector<PictureData> pictures; QByteArray expected, expectedMp4; };
     const Case cases[] = {
         { "back cover only", { { 4, "back" } }, "<none>", "back" },
         { "other then front", { { 0, "other" }, { 3, "front" } }, "front", "other" },

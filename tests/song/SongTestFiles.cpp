@@ -47,7 +47,7 @@ QString BareCopy(const ScopedTempFolder& folder, Container container)
     return path;
 }
 
-void WriteId3v2(TagLib::ID3v2::Tag* tag, const std::vector<TagItem>& items, const std::vector<PictureSpec>& pictures)
+void WriteId3v2(TagLib::ID3v2::Tag* tag, const std::vector<TagItem>& items, const std::vector<PictureData>& pictures)
 {
     using namespace TagLib::ID3v2;
     for (const TagItem& item : items) {
@@ -66,10 +66,10 @@ void WriteId3v2(TagLib::ID3v2::Tag* tag, const std::vector<TagItem>& items, cons
         frame->setText(Text(item.values.value(0)));
         tag->addFrame(frame);
     }
-    for (const PictureSpec& spec : pictures) {
+    for (const PictureData& picture_ : pictures) {
         auto* frame = new AttachedPictureFrame;
-        frame->setType(static_cast<AttachedPictureFrame::Type>(spec.nType));
-        frame->setPicture(Bytes(spec.bytes));
+        frame->setType(static_cast<AttachedPictureFrame::Type>(picture_.nType));
+        frame->setPicture(Bytes(picture_.bytes));
         tag->addFrame(frame);
     }
 }
@@ -77,7 +77,7 @@ void WriteId3v2(TagLib::ID3v2::Tag* tag, const std::vector<TagItem>& items, cons
 } // namespace
 
 QString TaggedCopy(const ScopedTempFolder& folder, Container container, const std::vector<TagItem>& items,
-                   const std::vector<PictureSpec>& pictures)
+                   const std::vector<PictureData>& pictures)
 {
     const QString path = BareCopy(folder, container);
     const QByteArray name = QFile::encodeName(path);
@@ -97,10 +97,10 @@ QString TaggedCopy(const ScopedTempFolder& folder, Container container, const st
         for (const TagItem& item : items)
             for (const QString& value : item.values)
                 file.xiphComment(true)->addField(item.pszKey, Text(value), false);
-        for (const PictureSpec& spec : pictures) {
+        for (const PictureData& picture_ : pictures) {
             auto* picture = new TagLib::FLAC::Picture;
-            picture->setType(static_cast<TagLib::FLAC::Picture::Type>(spec.nType));
-            picture->setData(Bytes(spec.bytes));
+            picture->setType(static_cast<TagLib::FLAC::Picture::Type>(picture_.nType));
+            picture->setData(Bytes(picture_.bytes));
             file.addPicture(picture);
         }
         saved = file.save();
@@ -120,8 +120,8 @@ QString TaggedCopy(const ScopedTempFolder& folder, Container container, const st
             file.tag()->setItem(TagLib::String(item.pszKey, TagLib::String::Latin1), value);
         }
         TagLib::MP4::CoverArtList covers;
-        for (const PictureSpec& spec : pictures)
-            covers.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::JPEG, Bytes(spec.bytes)));
+        for (const PictureData& picture_ : pictures)
+            covers.append(TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::JPEG, Bytes(picture_.bytes)));
         if (!pictures.empty())
             file.tag()->setItem("covr", covers);
         saved = file.save();
@@ -145,12 +145,12 @@ QString TaggedCopy(const ScopedTempFolder& folder, Container container, const st
         }
         // TagLib saves the first attribute of a name in one header object and the rest in another,
         // which it reads back first: writing the last picture first gives the order asked for.
-        std::vector<PictureSpec> writeOrder = pictures;
+        std::vector<PictureData> writeOrder = pictures;
         std::rotate(writeOrder.rbegin(), writeOrder.rbegin() + std::min<size_t>(1, pictures.size()), writeOrder.rend());
-        for (const PictureSpec& spec : writeOrder) {
+        for (const PictureData& picture_ : writeOrder) {
             TagLib::ASF::Picture picture;
-            picture.setType(static_cast<TagLib::ASF::Picture::Type>(spec.nType));
-            picture.setPicture(Bytes(spec.bytes));
+            picture.setType(static_cast<TagLib::ASF::Picture::Type>(picture_.nType));
+            picture.setPicture(Bytes(picture_.bytes));
             tag->addAttribute("WM/Picture", TagLib::ASF::Attribute(picture));
         }
         saved = file.save();

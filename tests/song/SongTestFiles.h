@@ -19,7 +19,7 @@ struct TagItem
     QStringList values;
 };
 
-struct PictureSpec
+struct PictureData
 {
     int nType;
     QByteArray bytes;
@@ -31,7 +31,7 @@ struct PictureSpec
 // their description; MP4 "trkn" / "disk" take "n/total", "tmpo" a number; ASF "Title", "Author",
 // "Description", "Copyright" are the header texts, and "#n" is written as the integer n.
 QString TaggedCopy(const ScopedTempFolder& folder, Container container, const std::vector<TagItem>& items,
-                   const std::vector<PictureSpec>& pictures = {});
+                   const std::vector<PictureData>& pictures = {});
 
 // Turns the FLAC metadata blocks of `blockType` (4: Vorbis comment) into padding.
 void PadFlacBlocks(const QString& path, int blockType);
