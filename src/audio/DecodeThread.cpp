@@ -1,8 +1,8 @@
 #include "audio/DecodeThread.h"
 
 #include <chrono>
-#include <pthread.h>
-#include <sched.h>
+
+#include "audio/ThreadPriority.h"
 
 CDecodeThread::CDecodeThread(Entry entry, void* argument) : m_entry(entry), m_pArgument(argument) {}
 
@@ -25,15 +25,8 @@ bool CDecodeThread::Create()
 
 void CDecodeThread::SetHighestPriority()
 {
-    if (!m_thread.joinable())
-        return;
-    const pthread_t handle = m_thread.native_handle();
-    for (int policy : {SCHED_FIFO, SCHED_RR}) {
-        sched_param param{};
-        param.sched_priority = sched_get_priority_max(policy);
-        if (pthread_setschedparam(handle, policy, &param) == 0)
-            return;
-    }
+    if (m_thread.joinable())
+        SetHighestThreadPriority(m_thread.native_handle());
 }
 
 void CDecodeThread::Resume()

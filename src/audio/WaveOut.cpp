@@ -231,6 +231,17 @@ MMRESULT waveOutClose(HWAVEOUT device)
     return result;
 }
 
+MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics* statistics)
+{
+    std::shared_ptr<CWaveOutDevice> found = Find(device);
+    if (!found)
+        return MMSYSERR_INVALHANDLE;
+    if (!statistics)
+        return MMSYSERR_INVALPARAM;
+    *statistics = found->Statistics();
+    return MMSYSERR_NOERROR;
+}
+
 MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume)
 {
     // No handle: the default device's level, which the next device opened starts with.

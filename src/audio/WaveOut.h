@@ -48,6 +48,14 @@ TUNIVOX_EXPORT MMRESULT waveOutClose(HWAVEOUT device);
 TUNIVOX_EXPORT MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume);
 TUNIVOX_EXPORT MMRESULT waveOutGetVolume(HWAVEOUT device, DWORD* volume);
 
+// What a device went through since it was opened (zero for devices that cannot lose a stream).
+struct WaveOutStatistics
+{
+    std::uint64_t nUnderruns = 0;    // the device ran dry while blocks were waiting, and was restarted
+    std::uint64_t nStreamStarts = 0; // streams started: one per play, and one more per seek or underrun
+};
+TUNIVOX_EXPORT MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics* statistics);
+
 // Everything a null device "plays", collected in memory (for tests and measurements).
 class TUNIVOX_EXPORT CWaveMemoryCapture
 {

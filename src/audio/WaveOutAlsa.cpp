@@ -1,24 +1,46 @@
-// The ALSA wave device (normally "default", i.e. PulseAudio or PipeWire on a desktop). Every ALSA
-// call happens on the device thread; the waveOut calls post requests to it and wait (bounded) until
-// it has acted. A block is handed back once the device reports it played (written frames minus the
-// delay), so the engine's position follows what the listener hears. Volume is applied in software
-// while copying into ALSA's buffer.
+// The ALSA wave device (normally "default", i.e. PulseAudio or PipeWire on a desktop, or a card).
+// Every ALSA call happens on the device thread; the waveOut calls post requests to it and wait
+// (bounded) until it has acted. Volume is applied in software while copying into ALSA's buffer.
+//
+// Nothing the engine queued is ever dropped. Frames are counted on one absolute scale from the last
+// reset: each queued block knows the frame it ends at, the write cursor is a frame on that scale,
+// and "heard" is the written frames less the device's delay. A block is handed back only once it
+// has been heard, so the engine's position and snapshot follow the sound. When ALSA loses its
+// stream (an underrun, a suspend, a device that cannot pause) the stream is prepared anew at the
+// first frame not heard and the rest is written again. A stream is started only with a full start
+// threshold buffered (or at a song's tail, once no more blocks come), so a recovered stream never
+// starts on a few milliseconds of sound and runs dry at once.
 
 #include <alsa/asoundlib.h>
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <thread>
 
+#include "audio/ThreadPriority.h"
 #include "audio/WaveOutDevice.h"
 
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
-constexpr unsigned kBufferMicroseconds = 200000;
-constexpr unsigned kPeriodMicroseconds = 20000;
-constexpr auto kIdleWait = 20ms;
+// Sizes as aplay chooses them. 500 ms of buffer ride out half a second in which this thread cannot
+// run (a loaded machine, a host busy scanning and writing files). PulseAudio's plugin turns the
+// buffer into the stream's target length and the period into its request size, so the server asks
+// for data in 125 ms steps, well inside the 2 s it grants clients by default; PipeWire's plugin
+// keeps its own quantum (about 21 ms) and takes the buffer as the client's ring; a card gets four
+// interrupts per buffer. The price is that a volume change is heard up to one buffer later.
+constexpr unsigned kBufferMicroseconds = 500000;
+constexpr unsigned kPeriodMicroseconds = 125000;
+// A stream that has less than the start threshold starts once no block has come for this long:
+// the end of a song, or a song shorter than the buffer.
+constexpr auto kTailWait = 60ms;
+constexpr auto kIdleWait = 100ms;
+constexpr auto kMinWait = 2ms;
 constexpr auto kRequestWait = 2s;
+constexpr int kResumeTries = 20;
+constexpr auto kResumeStep = 10ms;
 constexpr std::size_t kScratchBytes = 16384;
 
 class CWaveOutAlsa final : public CWaveOutDevice
@@ -27,33 +49,21 @@ public:
     explicit CWaveOutAlsa(std::string device) : m_strDevice(std::move(device)) {}
     ~CWaveOutAlsa() override { Close(); }
 
+    // The device is opened on its own thread, after that thread got the highest priority the
+    // system grants: a sound server client's thread made by the open inherits it, and neither is
+    // then held up by a busy machine. The wait is bounded by ALSA's own connect time-outs.
     MMRESULT Open(const WAVEFORMATEX& format) override
     {
         m_format = format;
         m_nFrameBytes = format.nBlockAlign;
-        if (snd_pcm_open(&m_pPcm, m_strDevice.c_str(), SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK) < 0) {
-            m_pPcm = nullptr;
-            return MMSYSERR_BADDEVICEID;
-        }
-        const int error = snd_pcm_set_params(m_pPcm, SND_PCM_FORMAT_S16_LE, SND_PCM_ACCESS_RW_INTERLEAVED,
-                                             format.nChannels, format.nSamplesPerSec, 1, kBufferMicroseconds);
-        if (error < 0) {
-            snd_pcm_close(m_pPcm);
-            m_pPcm = nullptr;
-            return WAVERR_BADFORMAT;
-        }
-        // Start as soon as data arrives: the engine pre-buffers, and a song's tail may be shorter
-        // than ALSA's buffer.
-        snd_pcm_sw_params_t* sw;
-        snd_pcm_sw_params_alloca(&sw);
-        if (snd_pcm_sw_params_current(m_pPcm, sw) == 0 && snd_pcm_sw_params_set_start_threshold(m_pPcm, sw, 1) == 0)
-            snd_pcm_sw_params(m_pPcm, sw);
-        snd_pcm_hw_params_t* hw;
-        snd_pcm_hw_params_alloca(&hw);
-        if (snd_pcm_hw_params_current(m_pPcm, hw) == 0)
-            m_bCanPause = snd_pcm_hw_params_can_pause(hw) == 1;
         m_thread = std::thread([this] { Run(); });
-        return MMSYSERR_NOERROR;
+        std::unique_lock<std::mutex> lock(m_lock);
+        m_wake.wait(lock, [this] { return m_bOpenDone; });
+        const MMRESULT result = m_nOpenResult;
+        lock.unlock();
+        if (result != MMSYSERR_NOERROR)
+            m_thread.join();
+        return result;
     }
 
     MMRESULT Write(WAVEHDR* header) override
@@ -61,11 +71,14 @@ public:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_bDead)
             return MMSYSERR_NODRIVER;
+        m_nQueuedEnd += header->dwBufferLength / m_nFrameBytes;
+        header->reserved = static_cast<DWORD_PTR>(m_nQueuedEnd);
         m_queue.Push(header);
         if (!m_pWriting) {
             m_pWriting = header;
             m_dwWriteOffset = 0;
         }
+        m_tLastBlock = Clock::now();
         m_wake.notify_all();
         return MMSYSERR_NOERROR;
     }
@@ -85,14 +98,71 @@ public:
         }
         if (m_thread.joinable())
             m_thread.join();
-        if (m_pPcm) {
+        return MMSYSERR_NOERROR;
+    }
+
+    // Lock-free, so that a thread watching the device never holds up its thread.
+    WaveOutStatistics Statistics() const override
+    {
+        WaveOutStatistics statistics;
+        statistics.nUnderruns = m_nUnderruns.load(std::memory_order_relaxed);
+        statistics.nStreamStarts = m_nStreamStarts.load(std::memory_order_relaxed);
+        return statistics;
+    }
+
+private:
+    MMRESULT OpenPcm()
+    {
+        if (snd_pcm_open(&m_pPcm, m_strDevice.c_str(), SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK) < 0) {
+            m_pPcm = nullptr;
+            return MMSYSERR_BADDEVICEID;
+        }
+        if (!Configure()) {
             snd_pcm_close(m_pPcm);
             m_pPcm = nullptr;
+            return WAVERR_BADFORMAT;
         }
         return MMSYSERR_NOERROR;
     }
 
-private:
+    bool Configure()
+    {
+        snd_pcm_hw_params_t* hw;
+        snd_pcm_hw_params_alloca(&hw);
+        unsigned rate = m_format.nSamplesPerSec;
+        unsigned bufferTime = kBufferMicroseconds;
+        unsigned periodTime = kPeriodMicroseconds;
+        if (snd_pcm_hw_params_any(m_pPcm, hw) < 0 ||
+            snd_pcm_hw_params_set_access(m_pPcm, hw, SND_PCM_ACCESS_RW_INTERLEAVED) < 0 ||
+            snd_pcm_hw_params_set_format(m_pPcm, hw, SND_PCM_FORMAT_S16_LE) < 0 ||
+            snd_pcm_hw_params_set_channels(m_pPcm, hw, m_format.nChannels) < 0 ||
+            snd_pcm_hw_params_set_rate_resample(m_pPcm, hw, 1) < 0 ||
+            snd_pcm_hw_params_set_rate(m_pPcm, hw, rate, 0) < 0 ||
+            snd_pcm_hw_params_set_buffer_time_near(m_pPcm, hw, &bufferTime, nullptr) < 0 ||
+            snd_pcm_hw_params_set_period_time_near(m_pPcm, hw, &periodTime, nullptr) < 0 ||
+            snd_pcm_hw_params(m_pPcm, hw) < 0)
+            return false;
+        snd_pcm_uframes_t bufferFrames = 0;
+        snd_pcm_uframes_t periodFrames = 0;
+        snd_pcm_hw_params_get_buffer_size(hw, &bufferFrames);
+        snd_pcm_hw_params_get_period_size(hw, &periodFrames, nullptr);
+        m_bCanPause = snd_pcm_hw_params_can_pause(hw) == 1;
+        // Start after all but one period is buffered (PulseAudio's own pre-buffer is the same).
+        m_nStartFrames = bufferFrames > periodFrames ? bufferFrames - periodFrames : bufferFrames;
+
+        // The start threshold is also what PulseAudio's plugin gives the server as its pre-buffer
+        // for every stream it makes anew (a seek, a recovery): below it the server would start a
+        // new stream on nothing and skip what arrives a moment later. Streams with less to play
+        // (a song's tail) are started by hand.
+        snd_pcm_sw_params_t* sw;
+        snd_pcm_sw_params_alloca(&sw);
+        if (snd_pcm_sw_params_current(m_pPcm, sw) < 0 ||
+            snd_pcm_sw_params_set_start_threshold(m_pPcm, sw, m_nStartFrames) < 0 ||
+            snd_pcm_sw_params_set_avail_min(m_pPcm, sw, periodFrames) < 0 || snd_pcm_sw_params(m_pPcm, sw) < 0)
+            return false;
+        return true;
+    }
+
     template <typename Change>
     MMRESULT Request(Change change)
     {
@@ -107,99 +177,194 @@ private:
         return m_bDead ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
     }
 
-    // Frames the listener has heard of everything written since the last prepare.
-    std::uint64_t PlayedFrames()
+    // Brings m_nHeard up to what the listener has heard. A stream that ran dry has played all
+    // that was written (ALSA reports an underrun only then; PulseAudio's plugin checks the
+    // server's underflow index) and is marked lost.
+    void UpdateHeard()
     {
-        const snd_pcm_state_t state = snd_pcm_state(m_pPcm);
-        if (state == SND_PCM_STATE_XRUN)
-            return m_nWritten;
-        if (state != SND_PCM_STATE_RUNNING && state != SND_PCM_STATE_PAUSED && state != SND_PCM_STATE_DRAINING)
-            return m_nPlayedBeforeStart;
-        snd_pcm_sframes_t delay = 0;
-        if (snd_pcm_delay(m_pPcm, &delay) < 0 || delay < 0)
-            delay = 0;
-        const auto pending = static_cast<std::uint64_t>(delay);
-        return pending >= m_nWritten ? 0 : m_nWritten - pending;
+        snd_pcm_state_t state = snd_pcm_state(m_pPcm);
+        if (state == SND_PCM_STATE_RUNNING || state == SND_PCM_STATE_PAUSED || state == SND_PCM_STATE_DRAINING) {
+            snd_pcm_sframes_t delay = 0;
+            if (snd_pcm_delay(m_pPcm, &delay) == 0) {
+                const std::uint64_t pending = delay > 0 ? static_cast<std::uint64_t>(delay) : 0;
+                const std::uint64_t written = m_nWrittenEnd - m_nStreamStart;
+                const std::uint64_t heard = m_nStreamStart + (pending >= written ? 0 : written - pending);
+                m_nHeard = std::max(m_nHeard, heard);
+                return;
+            }
+            state = snd_pcm_state(m_pPcm);
+        }
+        if (state == SND_PCM_STATE_XRUN) {
+            m_nHeard = std::max(m_nHeard, m_nWrittenEnd);
+            m_bStreamLost = true;
+        } else if (state == SND_PCM_STATE_SUSPENDED) {
+            Resume();
+        }
     }
 
-    void Reprepare()
+    // After a system suspend: the stream goes on where it stopped, or is started anew from what
+    // was heard before it.
+    void Resume()
+    {
+        int error = -EAGAIN;
+        for (int i = 0; i < kResumeTries && error == -EAGAIN; ++i) {
+            error = snd_pcm_resume(m_pPcm);
+            if (error == -EAGAIN)
+                std::this_thread::sleep_for(kResumeStep);
+        }
+        if (error < 0)
+            m_bStreamLost = true;
+    }
+
+    // Drops ALSA's stream and prepares a new one that begins at `frame` (a frame not heard yet).
+    void RestartStreamAt(std::uint64_t frame)
     {
         snd_pcm_drop(m_pPcm);
         snd_pcm_prepare(m_pPcm);
-        m_nWritten = 0;
-        m_nPlayedBeforeStart = 0;
-    }
-
-    // Stops the stream at what was heard and moves the write cursor back there, so nothing is lost
-    // or repeated when playing resumes (the fallback when the device cannot pause itself).
-    WAVEHDR* StopAndRewind()
-    {
-        const std::uint64_t played = PlayedFrames();
-        WAVEHDR* done = CollectPlayed(played);
-        m_pWriting = m_queue.Front();
+        m_bStreamLost = false;
+        m_nWrittenEnd = frame;
+        m_nStreamStart = frame;
+        m_pWriting = nullptr;
         m_dwWriteOffset = 0;
-        if (m_pWriting && m_pWriting->reserved != 0) {
-            const std::uint64_t end = m_pWriting->reserved;
-            const std::uint64_t start = end - m_pWriting->dwBufferLength / m_nFrameBytes;
-            if (played > start)
-                m_dwWriteOffset = static_cast<DWORD>((played - start) * m_nFrameBytes);
+        for (WAVEHDR* h = m_queue.Front(); h; h = h->lpNext) {
+            if (h->reserved > frame) {
+                const std::uint64_t start = h->reserved - h->dwBufferLength / m_nFrameBytes;
+                m_pWriting = h;
+                m_dwWriteOffset = frame > start ? static_cast<DWORD>((frame - start) * m_nFrameBytes) : 0;
+                break;
+            }
         }
-        for (WAVEHDR* h = m_queue.Front(); h; h = h->lpNext)
-            h->reserved = 0;
-        Reprepare();
-        return done;
     }
 
-    // Unlinks the blocks that have been fully played; returns them as a chain.
-    WAVEHDR* CollectPlayed(std::uint64_t played)
+    // Unlinks the blocks that have been heard whole; returns them as a chain.
+    WAVEHDR* CollectHeard()
     {
         WAVEHDR* chain = nullptr;
         WAVEHDR** tail = &chain;
         while (!m_queue.Empty()) {
             WAVEHDR* front = m_queue.Front();
-            if (front == m_pWriting || front->reserved == 0 || front->reserved > played)
+            if (front->reserved > m_nHeard)
                 break;
             m_queue.Pop();
-            front->reserved = 0;
+            if (m_pWriting == front) {
+                m_pWriting = m_queue.Front();
+                m_dwWriteOffset = 0;
+            }
             *tail = front;
             tail = &front->lpNext;
         }
         return chain;
     }
 
-    // Writes as much of the queue as ALSA takes now. False when the device failed for good.
+    // Writes as much of the queue as ALSA takes now. False when the device failed for good. A lost
+    // stream is prepared anew at most once a call, so a device that keeps failing cannot make this
+    // thread spin creating streams.
     bool WritePending()
     {
-        while (m_pWriting) {
+        const bool wasPrepared = snd_pcm_state(m_pPcm) == SND_PCM_STATE_PREPARED;
+        bool full = false;
+        bool restarted = false;
+        for (;;) {
+            if (m_bStreamLost && m_nHeard < m_nQueuedEnd && !restarted) {
+                m_nUnderruns.fetch_add(1, std::memory_order_relaxed);
+                RestartStreamAt(m_nHeard);
+                restarted = true;
+            }
+            if (!m_pWriting || full || m_bStreamLost)
+                break;
             const DWORD left = m_pWriting->dwBufferLength - m_dwWriteOffset;
             const std::size_t chunk = std::min<std::size_t>(left, kScratchBytes);
             ApplyVolume(reinterpret_cast<const BYTE*>(m_pWriting->lpData) + m_dwWriteOffset, m_scratch, chunk,
                         GetVolume(), m_format.nChannels);
             const snd_pcm_sframes_t written =
                 snd_pcm_writei(m_pPcm, m_scratch, static_cast<snd_pcm_uframes_t>(chunk / m_nFrameBytes));
-            if (written == -EAGAIN)
-                return true;
-            if (written < 0) {
-                if (written == -EPIPE)
-                    m_nPlayedBeforeStart = m_nWritten; // an underrun: all written has been heard
-                if (snd_pcm_recover(m_pPcm, static_cast<int>(written), 1) < 0)
-                    return false;
-                continue;
-            }
-            m_nWritten += static_cast<std::uint64_t>(written);
-            m_dwWriteOffset += static_cast<DWORD>(written) * m_nFrameBytes;
-            if (m_dwWriteOffset >= m_pWriting->dwBufferLength) {
-                m_pWriting->reserved = static_cast<DWORD_PTR>(m_nWritten);
-                m_pWriting = m_pWriting->lpNext;
-                m_dwWriteOffset = 0;
+            if (written == -EAGAIN) {
+                full = true;
+            } else if (written == -EPIPE) {
+                UpdateHeard();
+                m_bStreamLost = true;
+            } else if (written == -ESTRPIPE) {
+                UpdateHeard(); // resumes, or marks the stream lost; either way try again later
+                full = true;
+            } else if (written < 0) {
+                return false;
+            } else {
+                m_nWrittenEnd += static_cast<std::uint64_t>(written);
+                m_dwWriteOffset += static_cast<DWORD>(written) * m_nFrameBytes;
+                full = static_cast<std::size_t>(written) * m_nFrameBytes < chunk;
+                if (m_dwWriteOffset >= m_pWriting->dwBufferLength) {
+                    m_pWriting = m_pWriting->lpNext;
+                    m_dwWriteOffset = 0;
+                }
             }
         }
+        if (wasPrepared && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING)
+            m_nStreamStarts.fetch_add(1, std::memory_order_relaxed); // ALSA started it at the threshold
+        return StartIfReady(full);
+    }
+
+    bool StartIfReady(bool full)
+    {
+        if (snd_pcm_state(m_pPcm) != SND_PCM_STATE_PREPARED || m_nWrittenEnd == m_nStreamStart)
+            return true;
+        const bool tail = !m_pWriting && Clock::now() - m_tLastBlock >= kTailWait;
+        if (!full && !tail && m_nWrittenEnd - m_nStreamStart < m_nStartFrames)
+            return true;
+        if (snd_pcm_start(m_pPcm) < 0)
+            return false;
+        m_nStreamStarts.fetch_add(1, std::memory_order_relaxed);
         return true;
+    }
+
+    // Pause on a device that cannot pause itself: stop at what was heard, go on from there later.
+    void StopAtHeard()
+    {
+        UpdateHeard();
+        RestartStreamAt(m_nHeard);
+    }
+
+    void ResetAll(WAVEHDR** handBack)
+    {
+        // Every block came back: the engine is at the end of a song. The delay a sound server
+        // reports may run a few milliseconds short, so let the device play out what it holds
+        // rather than cut the song's last sound.
+        if (m_queue.Empty() && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING) {
+            snd_pcm_nonblock(m_pPcm, 0);
+            snd_pcm_drain(m_pPcm);
+            snd_pcm_nonblock(m_pPcm, 1);
+        }
+        snd_pcm_drop(m_pPcm);
+        snd_pcm_prepare(m_pPcm);
+        *handBack = m_queue.TakeAll();
+        m_pWriting = nullptr;
+        m_dwWriteOffset = 0;
+        m_bStreamLost = false;
+        m_nQueuedEnd = m_nWrittenEnd = m_nStreamStart = m_nHeard = 0;
+    }
+
+    void ApplyPause()
+    {
+        m_bPaused = m_bPauseWanted;
+        const snd_pcm_state_t state = snd_pcm_state(m_pPcm);
+        if (m_bPaused && state == SND_PCM_STATE_RUNNING) {
+            if (!m_bCanPause || snd_pcm_pause(m_pPcm, 1) < 0)
+                StopAtHeard();
+        } else if (!m_bPaused && state == SND_PCM_STATE_PAUSED) {
+            if (snd_pcm_pause(m_pPcm, 0) < 0)
+                RestartStreamAt(m_nHeard);
+        }
     }
 
     void Run()
     {
+        SetHighestThreadPriority(pthread_self());
+        const MMRESULT opened = OpenPcm();
         std::unique_lock<std::mutex> lock(m_lock);
+        m_nOpenResult = opened;
+        m_bOpenDone = true;
+        m_wake.notify_all();
+        if (opened != MMSYSERR_NOERROR)
+            return;
         while (!m_bClosing) {
             WAVEHDR* handBack = nullptr;
             bool acknowledge = false;
@@ -207,41 +372,21 @@ private:
                 acknowledge = true;
                 if (m_bResetWanted) {
                     m_bResetWanted = false;
-                    Reprepare();
-                    handBack = m_queue.TakeAll();
-                    for (WAVEHDR* h = handBack; h; h = h->lpNext)
-                        h->reserved = 0;
-                    m_pWriting = nullptr;
-                    m_dwWriteOffset = 0;
+                    ResetAll(&handBack);
                 }
-                if (m_bPauseWanted != m_bPaused) {
-                    m_bPaused = m_bPauseWanted;
-                    const snd_pcm_state_t state = snd_pcm_state(m_pPcm);
-                    if (m_bPaused && state == SND_PCM_STATE_RUNNING) {
-                        if (!m_bCanPause || snd_pcm_pause(m_pPcm, 1) < 0)
-                            handBack = StopAndRewind();
-                    } else if (!m_bPaused && state == SND_PCM_STATE_PAUSED) {
-                        if (snd_pcm_pause(m_pPcm, 0) < 0)
-                            Reprepare();
-                    }
-                }
+                if (m_bPauseWanted != m_bPaused)
+                    ApplyPause();
             }
-            if (!m_bPaused && !m_bDead) {
-                if (!WritePending()) {
+            if (!m_bDead) {
+                // Also while paused: what was heard up to the pause comes back, so the position
+                // stands where the sound stopped.
+                UpdateHeard();
+                if (!m_bPaused && !WritePending()) {
                     m_bDead = true;
-                    WAVEHDR* rest = m_queue.TakeAll();
+                    handBack = Append(handBack, m_queue.TakeAll());
                     m_pWriting = nullptr;
-                    if (!handBack)
-                        handBack = rest;
-                    else {
-                        WAVEHDR* t = handBack;
-                        while (t->lpNext)
-                            t = t->lpNext;
-                        t->lpNext = rest;
-                    }
                 }
-                if (!handBack)
-                    handBack = CollectPlayed(PlayedFrames());
+                handBack = Append(handBack, CollectHeard());
             }
             if (acknowledge && !handBack) {
                 m_nHandled = m_nRequested;
@@ -260,19 +405,38 @@ private:
             }
             m_wake.wait_for(lock, WaitTime());
         }
+        snd_pcm_close(m_pPcm);
+        m_pPcm = nullptr;
     }
 
-    // While playing, one wake-up per block length (the pace blocks come back at); else idle.
-    std::chrono::microseconds WaitTime() const
+    static WAVEHDR* Append(WAVEHDR* chain, WAVEHDR* rest)
     {
-        auto wait = std::chrono::duration_cast<std::chrono::microseconds>(kIdleWait);
+        if (!chain)
+            return rest;
+        WAVEHDR* last = chain;
+        while (last->lpNext)
+            last = last->lpNext;
+        last->lpNext = rest;
+        return chain;
+    }
+
+    // Playing: wake when the first queued block should have been heard (blocks come back at the
+    // pace they sound). A stream waiting for its tail: wake when the tail may start. Else idle:
+    // every request and every new block wakes the thread anyway.
+    Clock::duration WaitTime() const
+    {
         const WAVEHDR* front = m_queue.Front();
-        if (!m_bPaused && front) {
-            const auto blockTime =
-                std::chrono::microseconds(1000000LL * front->dwBufferLength / m_format.nAvgBytesPerSec);
-            wait = std::min(wait, std::max(blockTime, std::chrono::microseconds(2000)));
+        if (m_bPaused || m_bDead || !front)
+            return kIdleWait;
+        if (m_bStreamLost)
+            return kTailWait;
+        if (snd_pcm_state(m_pPcm) == SND_PCM_STATE_PREPARED) {
+            const auto untilTail = m_tLastBlock + kTailWait - Clock::now();
+            return std::clamp<Clock::duration>(untilTail, kMinWait, kIdleWait);
         }
-        return wait;
+        const std::uint64_t frames = front->reserved > m_nHeard ? front->reserved - m_nHeard : 0;
+        const auto untilHeard = std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
+        return std::clamp<Clock::duration>(untilHeard, kMinWait, kIdleWait);
     }
 
     const std::string m_strDevice;
@@ -280,17 +444,27 @@ private:
     WAVEFORMATEX m_format{};
     DWORD m_nFrameBytes = 4;
     bool m_bCanPause = false;
+    std::uint64_t m_nStartFrames = 0;
     BYTE m_scratch[kScratchBytes];
     std::thread m_thread;
+    std::atomic<std::uint64_t> m_nUnderruns{0};
+    std::atomic<std::uint64_t> m_nStreamStarts{0};
 
-    // m_lock guards everything below; ALSA itself is touched by the device thread only.
+    // m_lock guards everything below; ALSA itself is touched by the device thread only. Frame
+    // numbers count from the last reset; a queued block's `reserved` is the frame it ends at.
     std::mutex m_lock;
     std::condition_variable m_wake;
-    CHeaderQueue m_queue;   // blocks not handed back yet, in order; reserved = end frame once written
-    WAVEHDR* m_pWriting = nullptr;
+    CHeaderQueue m_queue;              // blocks not handed back yet, in order
+    WAVEHDR* m_pWriting = nullptr;     // the block holding the write cursor, or null when all is written
     DWORD m_dwWriteOffset = 0;
-    std::uint64_t m_nWritten = 0;
-    std::uint64_t m_nPlayedBeforeStart = 0;
+    std::uint64_t m_nQueuedEnd = 0;    // end of the last queued block
+    std::uint64_t m_nWrittenEnd = 0;   // the write cursor
+    std::uint64_t m_nStreamStart = 0;  // the frame ALSA's current stream began with
+    std::uint64_t m_nHeard = 0;        // frames the listener has heard
+    Clock::time_point m_tLastBlock{};
+    bool m_bStreamLost = false;        // ALSA dropped its stream: prepare anew at m_nHeard
+    bool m_bOpenDone = false;
+    MMRESULT m_nOpenResult = MMSYSERR_NOERROR;
     bool m_bPauseWanted = false;
     bool m_bPaused = false;
     bool m_bResetWanted = false;

@@ -58,6 +58,7 @@ public:
     virtual MMRESULT Restart() = 0;
     virtual MMRESULT Reset() = 0;
     virtual MMRESULT Close() = 0;
+    virtual WaveOutStatistics Statistics() const { return {}; }
 
     void SetCallback(HWAVEOUT handle, WaveOutCallback callback, DWORD_PTR instance)
     {

@@ -88,19 +88,22 @@ bool ScopedPulseServer::RunTool(const QString& program, const QStringList& argum
 
 bool ScopedPulseServer::StartCapture()
 {
-    const QString file = m_folder.filePath(QStringLiteral("capture.raw"));
+    // A WAV file, not --raw: in raw mode parec drops a whole fragment whenever two arrive before
+    // it has written the first out, which a loaded machine makes happen.
+    const QString file = m_folder.filePath(QStringLiteral("capture.wav"));
     QFile::remove(file);
     m_capture.setProcessEnvironment(Environment());
     m_capture.start(QStringLiteral("parec"),
                     {QStringLiteral("-d"), QStringLiteral("nullsink.monitor"), QStringLiteral("--format=s16le"),
-                     QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"), QStringLiteral("--raw"),
-                     QStringLiteral("--latency-msec=20"), file});
+                     QStringLiteral("--rate=44100"), QStringLiteral("--channels=2"),
+                     QStringLiteral("--file-format=wav"), QStringLiteral("--latency-msec=20"), file});
     if (!m_capture.waitForStarted(kStartTimeoutMs))
         return false;
-    // The monitor delivers silence while nothing plays, so a growing file means the recording runs.
+    // The monitor delivers silence while nothing plays, so a file growing past its header means the
+    // recording runs.
     QElapsedTimer timer;
     timer.start();
-    while (QFileInfo(file).size() == 0) {
+    while (QFileInfo(file).size() < 4096) {
         if (timer.elapsed() > kStartTimeoutMs || m_capture.state() == QProcess::NotRunning)
             return false;
         QThread::msleep(10);
@@ -115,8 +118,12 @@ QByteArray ScopedPulseServer::StopCapture()
         m_capture.kill();
         m_capture.waitForFinished(1000);
     }
-    QFile file(m_folder.filePath(QStringLiteral("capture.raw")));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    QFile file(m_folder.filePath(QStringLiteral("capture.wav")));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray wav = file.readAll();
+    const qsizetype data = wav.indexOf("data", 12);
+    return data < 0 ? QByteArray() : wav.mid(data + 8);
 }
 
 } // namespace tunivox::test

@@ -1,10 +1,11 @@
 // tunivox-play: plays files through the audio engine, for listening and for measuring.
 //
 //   tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] [--start SECONDS]
-//                [--seek-at T:POS]... FILE...
+//                [--seek-at T:POS]... [--stats] FILE...
 //
 // --speed, --untimed and --capture use the null device (implied when --device is not given).
 // --seek-at T:POS seeks to POS seconds once playback has reached T seconds (each once per file).
+// --stats prints, per file, the underruns the sound device went through and the streams it started.
 // Exit code 0 when every file played, 1 when one could not be played, 2 for a bad command line.
 
 #include <QCoreApplication>
@@ -39,6 +40,7 @@ struct Options
     bool bNullWanted = false;
     double dStart = 0;
     std::vector<SeekAt> seeks;
+    bool bStats = false;
     std::vector<std::string> files;
 };
 
@@ -46,7 +48,7 @@ int Usage(const char* problem)
 {
     std::fprintf(stderr, "tunivox-play: %s\n", problem);
     std::fprintf(stderr, "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
-                         "[--start SECONDS] [--seek-at T:POS]... FILE...\n");
+                         "[--start SECONDS] [--seek-at T:POS]... [--stats] FILE...\n");
     return 2;
 }
 
@@ -88,6 +90,8 @@ int ParseOptions(int argc, char** argv, Options* options)
                 !ParseNumber(value.substr(colon + 1).c_str(), &seek.dTo))
                 return Usage("--seek-at takes T:POS in seconds");
             options->seeks.push_back(seek);
+        } else if (arg == "--stats") {
+            options->bStats = true;
         } else if (arg.rfind("--", 0) == 0) {
             return Usage(("unknown option " + arg).c_str());
         } else {
@@ -138,7 +142,9 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
     const unsigned long pollMs = fast ? 1 : 100;
     std::size_t nextSeek = 0;
     long shownSecond = -1;
+    WaveOutStatistics statistics;
     while (player.m_bPlaying) {
+        waveOutGetStatistics(player.m_hWaveOut, &statistics); // the device is gone once the song ends
         const double position = player.GetCurrentTime() / kUnits;
         while (nextSeek < options.seeks.size() && position >= options.seeks[nextSeek].dAt) {
             player.Play(static_cast<QWORD>(options.seeks[nextSeek].dTo * kUnits));
@@ -159,6 +165,10 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
     player.Stop();
     if (terminal)
         std::printf("\n");
+    if (options.bStats)
+        std::printf("device: %llu underruns, %llu streams started  %s\n",
+                    static_cast<unsigned long long>(statistics.nUnderruns),
+                    static_cast<unsigned long long>(statistics.nStreamStarts), name.c_str());
     if (FAILED(ended) && ended != NS_E_NO_MORE_SAMPLES) {
         std::snprintf(player.m_szError, sizeof(player.m_szError), "Playback of %s ended early.", file.c_str());
         ReportError(ended, player);
