@@ -63,10 +63,11 @@ def pcm(path):
     data = open(path, 'rb').read()
     return data[data.index(b'data', 12) + 8:]
 song, rec, label, underruns = pcm(sys.argv[1]), pcm(sys.argv[2]), sys.argv[3], sys.argv[4]
-frames = [rec[i:i + 4] for i in range(0, len(rec) - len(rec) % 4, 4)]
+import array
+frames = array.array('I', rec[:len(rec) - len(rec) % 4])
 runs, gaps, start, silence = [], [], None, 0
-for i, f in enumerate(frames + [b'\0\0\0\0']):
-    if f != b'\0\0\0\0':
+for i in range(len(frames) + 1):
+    if i < len(frames) and frames[i]:
         if start is None:
             start = i
             if runs:
@@ -75,7 +76,7 @@ for i, f in enumerate(frames + [b'\0\0\0\0']):
     else:
         silence += 1
         if start is not None:
-            runs.append(b''.join(frames[start:i]))
+            runs.append(rec[start * 4:i * 4])
             start = None
 covered, repeated, end = 0, 0, 0
 for run in runs:
