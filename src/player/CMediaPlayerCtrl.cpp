@@ -174,11 +174,36 @@ void CMediaPlayerCtrl::MovePlayerCtrl(const QRect& rc)
     update();
 }
 
+namespace {
+
+// Notices a quit request (QCoreApplication::quit, or a posted QEvent::Quit) delivered meanwhile.
+class CQuitWatcher final : public QObject
+{
+public:
+    bool m_bQuit = false;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Quit)
+            m_bQuit = true;
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+} // namespace
+
 int CMediaPlayerCtrl::DoEvents()
 {
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application)
+        return 0;
     // Qt has no peek-and-pump-one; process what is pending without waiting.
+    CQuitWatcher watcher;
+    application->installEventFilter(&watcher);
     QCoreApplication::processEvents(QEventLoop::AllEvents, 0);
-    return 0;
+    application->removeEventFilter(&watcher);
+    return watcher.m_bQuit ? 1 : 0;
 }
 
 void CMediaPlayerCtrl::WriteInternalIsVisual(std::uint32_t value)

@@ -55,7 +55,8 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         // After the last attempt k is taken even when it equals c: a one-song list replays itself.
         if (c >= 0 && c < n)
             item(c)->setSelected(false);
-        setCurrentRow(k);
+        // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
+        setCurrentRow(k, QItemSelectionModel::NoUpdate);
         item(k)->setSelected(true);
         path = m_arrFiles.GetAt(k);
         m_nCurrentIndex = k;
@@ -180,7 +181,7 @@ int CMediaPlayerCtrl::Next()
     if (current >= 0 && current < n)
         item(current)->setSelected(false);
     const int k = (m_nCurrentIndex >= 0 && m_nCurrentIndex + 1 < n) ? m_nCurrentIndex + 1 : 0;
-    setCurrentRow(k);
+    setCurrentRow(k, QItemSelectionModel::NoUpdate);
     if (k > 0)
         item(k - 1)->setSelected(false);
     item(k)->setSelected(true);

@@ -1,6 +1,7 @@
 // Transport through the real engine on a fast null device: starting, advancing at the end of a song
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
 #include <QTest>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "PlayerTestSupport.h"
@@ -96,6 +97,46 @@ TEST(Transport, ShuffleDrawsAnotherEntryThanTheSelectedOne)
         EXPECT_NE(f.ctrl->GetCurrentIndex(), selected);
         EXPECT_EQ(f.ctrl->currentRow(), f.ctrl->GetCurrentIndex());
     }
+}
+
+// In a list that allows several selected entries, moving to another song leaves only that one
+// selected (a stale selection would make Delete remove two songs).
+TEST(Transport, InAMultiSelectionListOnlyTheNewSongStaysSelected)
+{
+    struct Row
+    {
+        const char* name;
+        int from;
+        std::function<void(CMediaPlayerCtrl*)> move;
+    };
+    const Row rows[] = {
+        {"Next", 0, [](CMediaPlayerCtrl* c) { c->Next(); }},
+        {"Prev", 1, [](CMediaPlayerCtrl* c) { c->Prev(); }},
+        {"Shuffle", 0, [](CMediaPlayerCtrl* c) {
+             c->SetShuflleMode(1);
+             c->PlayStart("");
+         }},
+    };
+    for (const Row& row : rows) {
+        PlayerFixture f;
+        f.Add(kSongs);
+        f.ctrl->setSelectionMode(QAbstractItemView::ExtendedSelection);
+        f.ctrl->setCurrentRow(row.from);
+        f.ctrl->m_nCurrentIndex = row.from;
+        row.move(f.ctrl);
+        const QList<QListWidgetItem*> selected = f.ctrl->selectedItems();
+        ASSERT_EQ(selected.size(), 1) << row.name;
+        EXPECT_NE(f.ctrl->row(selected[0]), row.from) << row.name;
+    }
+}
+
+TEST(Transport, DoEventsReportsAQuitItPumped)
+{
+    PlayerFixture f;
+    EXPECT_EQ(f.ctrl->DoEvents(), 0);
+    QCoreApplication::postEvent(QCoreApplication::instance(), new QEvent(QEvent::Quit));
+    EXPECT_EQ(f.ctrl->DoEvents(), 1);
+    EXPECT_EQ(f.ctrl->DoEvents(), 0);
 }
 
 TEST(Transport, DoubleClickPlaysTheClickedSongEvenWithShuffle)
