@@ -207,19 +207,19 @@ bool ParseTypedSettingsText(const QByteArray& text, QMap<QString, QVariant>& map
 
 QByteArray FormatTypedSettingsText(const QMap<QString, QVariant>& map)
 {
-    QByteArray out = "; Tunivox per-user settings. Values: dword:XXXXXXXX, dword-be:XXXXXXXX, \"text\", hex(type):bytes\n";
-    QString currentGroup;
+    // Keys sort with their subgroups in between ("Key/A", "Key/Sub/B", "Key/Z"): gather each
+    // group's values first, so that every section is written once.
+    QMap<QString, QByteArray> sections;
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
         const qsizetype slash = it.key().lastIndexOf(QLatin1Char('/'));
         if (slash <= 0 || !it.value().canConvert<TypedValue>())
             continue;
-        const QString group = it.key().left(slash);
-        if (group != currentGroup) {
-            currentGroup = group;
-            out += "\n[" + QString(group).replace(QLatin1Char('/'), QLatin1Char('\\')).toUtf8() + "]\n";
-        }
-        out += Escape(it.key().mid(slash + 1).toUtf8()) + '=' + FormatValue(it.value().value<TypedValue>()) + '\n';
+        sections[it.key().left(slash)] +=
+            Escape(it.key().mid(slash + 1).toUtf8()) + '=' + FormatValue(it.value().value<TypedValue>()) + '\n';
     }
+    QByteArray out = "; Tunivox per-user settings. Values: dword:XXXXXXXX, dword-be:XXXXXXXX, \"text\", hex(type):bytes\n";
+    for (auto it = sections.cbegin(); it != sections.cend(); ++it)
+        out += "\n[" + QString(it.key()).replace(QLatin1Char('/'), QLatin1Char('\\')).toUtf8() + "]\n" + it.value();
     return out;
 }
 

@@ -27,6 +27,11 @@ TEST(TypedSettingsText, EveryTypeSurvivesFormatAndParse)
     map.insert(QStringLiteral("Software/Tunivox/TunivoxDesk/Big"), QVariant::fromValue(TypedValue::FromBigEndianDWORD(42)));
     map.insert(QStringLiteral("Software/Tunivox/TunivoxDesk/MP3PlayerInternal/Font"),
                QVariant::fromValue(TypedValue::FromString(QStringLiteral("Bé \"quoted\" \\ back\nnew line"))));
+    // A subgroup sorts between its parent's values; the parent's section must still come once.
+    map.insert(QStringLiteral("Software/Tunivox/TunivoxDesk/MP3PlayerInternal/Spectrola/Mode"),
+               QVariant::fromValue(TypedValue::FromDWORD(2)));
+    map.insert(QStringLiteral("Software/Tunivox/TunivoxDesk/MP3PlayerInternal/WindowTop"),
+               QVariant::fromValue(TypedValue::FromDWORD(7)));
     TypedValue binary;
     binary.dwType = REG_BINARY;
     binary.data = QByteArray("\x00\x01\xff", 3);
@@ -37,7 +42,7 @@ TEST(TypedSettingsText, EveryTypeSurvivesFormatAndParse)
     map.insert(QStringLiteral("Other/Zero"), QVariant::fromValue(embeddedZero));
 
     const QByteArray text = FormatTypedSettingsText(map);
-    EXPECT_TRUE(text.contains("[Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal]")) << text.constData();
+    EXPECT_EQ(text.count("[Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal]"), 1) << text.constData();
     EXPECT_TRUE(text.contains("\"Count\"=dword:deadbeef")) << text.constData();
     EXPECT_TRUE(text.contains("\"Big\"=dword-be:0000002a")) << text.constData();
 
@@ -88,7 +93,13 @@ TEST(CRegistryTest, TypedValuesRoundTripThroughTheUserStore)
     EXPECT_EQ(text, QStringLiteral("Tunivox ü"));
     EXPECT_FALSE(CRegistry::GetDWORD(value, &dw)) << "a string is no DWORD";
 
+    const QString inner = QString::fromLatin1(kKey) + QStringLiteral("\\MP3PlayerInternal");
+    EXPECT_TRUE(CRegistry().WriteDWORD((inner + QStringLiteral("\\Spectrola")).toUtf8().constData(), "Mode", &one));
+    EXPECT_TRUE(CRegistry().WriteDWORD(inner.toUtf8().constData(), "WindowTop", &one));
+    EXPECT_TRUE(CRegistry().WriteDWORD(inner.toUtf8().constData(), "ArtTransparency", &one));
+
     const QByteArray file = StoreText();
+    EXPECT_EQ(file.count("[Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal]"), 1) << file.constData();
     EXPECT_TRUE(file.contains("[Software\\Tunivox\\TunivoxDesk]")) << file.constData();
     EXPECT_TRUE(file.contains("\"InternalIsVisual\"=dword:00000001")) << file.constData();
 }
