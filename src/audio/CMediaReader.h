@@ -3,6 +3,10 @@
 // list its outputs (one per stream), read and set an output's media type, read the "Duration"
 // header attribute, set a range (seek) and pull timed PCM samples.
 //
+// The file is read through CWatchedFile: when a tag writer rewrites it in place while it plays, the
+// reader goes on from the next sample with the file's new layout (re-opening and decoding up to that
+// sample when the audio bytes themselves changed); a deleted file ends the song at once.
+//
 // Threading: one thread at a time. The engine opens and configures on the control's thread and
 // reads samples on its decoding thread, never both at once (it stops the thread first).
 // Allocation: Open and SetOutputProps allocate; GetNextSample reuses its buffers (FFmpeg's own
@@ -70,6 +74,9 @@ public:
     HRESULT SetRange(QWORD start, QWORD duration);
     // Next block of PCM of output `stream` and its time (100 ns). NS_E_NO_MORE_SAMPLES at the end.
     HRESULT GetNextSample(WORD stream, CMediaSample** sample, QWORD* sampleTime);
+
+    // How many times the open file was rewritten in place and the reader followed its audio bytes.
+    int FileChangesFollowed() const;
 
     // FFmpeg's description of the last failure, for diagnostics.
     std::string LastErrorText() const;
