@@ -59,6 +59,16 @@ void SetTitleAndLyrics(const QString& path, const QString& title, const QString&
     Require(file.save(), path, "save");
 }
 
+void SetTag(const QString& path, const char* key, const QString& value)
+{
+    TagLib::FileRef file(QFile::encodeName(path).constData());
+    Require(!file.isNull(), path, "open");
+    TagLib::PropertyMap properties = file.file()->properties();
+    properties.replace(key, TagLib::StringList(Text(value)));
+    file.file()->setProperties(properties);
+    Require(file.save(), path, "save");
+}
+
 void AddPicture(const QString& path, int size)
 {
     const QByteArray name = QFile::encodeName(path);

@@ -12,6 +12,8 @@ QByteArray FakePicture(int size);
 
 // Replaces the title and lyrics through TagLib's generic property interface (any container).
 void SetTitleAndLyrics(const QString& path, const QString& title, const QString& lyrics);
+// Sets one property (TagLib's generic key, e.g. "ARTIST").
+void SetTag(const QString& path, const char* key, const QString& value);
 // Adds a front cover of `size` bytes in the container's own picture form (MPEG, FLAC, MP4).
 void AddPicture(const QString& path, int size);
 // Removes every picture of an MPEG file.
