@@ -115,6 +115,8 @@ struct CMediaReader::Impl
     bool bDecoderDrained = false;
     bool bResamplerFlushed = false;
     bool bEnded = false; // the file went away or could not be read again: the song is over
+    CMediaReader::CancelCheck pCancel = nullptr;
+    void* pCancelContext = nullptr;
 
     CMediaSample sample;
     std::string strLastError;
@@ -556,6 +558,10 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
                 av_frame_unref(d.pFrame);
                 if (frames > 0 && d.Deliver(frames, sample, sampleTime))
                     return S_OK;
+                if (d.nSkip > 0 && d.pCancel && d.pCancel(d.pCancelContext)) {
+                    d.bEnded = true;
+                    return NS_E_NO_MORE_SAMPLES;
+                }
                 continue;
             }
             if (received == AVERROR_EOF) {
@@ -602,6 +608,12 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
         }
         return NS_E_NO_MORE_SAMPLES;
     }
+}
+
+void CMediaReader::SetCancelCheck(CancelCheck check, void* context)
+{
+    m_pImpl->pCancel = check;
+    m_pImpl->pCancelContext = context;
 }
 
 int CMediaReader::FileChangesFollowed() const

@@ -75,6 +75,11 @@ public:
     // Next block of PCM of output `stream` and its time (100 ns). NS_E_NO_MORE_SAMPLES at the end.
     HRESULT GetNextSample(WORD stream, CMediaSample** sample, QWORD* sampleTime);
 
+    // Asked while the reader decodes its way back to its place after the file's audio changed
+    // (which can take a while in a long song): true ends that search and the song.
+    using CancelCheck = bool (*)(void* context);
+    void SetCancelCheck(CancelCheck check, void* context);
+
     // How many times the open file was rewritten in place and the reader followed its audio bytes.
     int FileChangesFollowed() const;
 

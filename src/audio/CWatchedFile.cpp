@@ -60,10 +60,14 @@ int CWatchedFile::Open(const std::string& path)
     m_nFd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (m_nFd < 0)
         return errno;
-    if (::fstat(m_nFd, &m_known) != 0 || S_ISDIR(m_known.st_mode)) {
-        const int error = S_ISDIR(m_known.st_mode) ? EISDIR : errno;
+    if (::fstat(m_nFd, &m_known) != 0) {
+        const int error = errno;
         Close();
         return error;
+    }
+    if (S_ISDIR(m_known.st_mode)) {
+        Close();
+        return EISDIR;
     }
     m_nNotify = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (m_nNotify >= 0 &&
