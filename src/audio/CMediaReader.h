@@ -10,7 +10,9 @@
 // Threading: one thread at a time. The engine opens and configures on the control's thread and
 // reads samples on its decoding thread, never both at once (it stops the thread first).
 // Allocation: Open and SetOutputProps allocate; GetNextSample reuses its buffers (FFmpeg's own
-// packet buffers aside); SetRange may allocate while it re-positions.
+// packet buffers aside) and follows an in-place rewrite without allocating; it allocates only when
+// the audio itself changed and it re-opens the file. SetRange may allocate while it re-positions.
+// Waiting for a tag writer to finish takes at most CWatchedFile::kSettleLimitMs.
 
 #include <memory>
 #include <string>
