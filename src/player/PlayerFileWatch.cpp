@@ -30,7 +30,7 @@ void CMediaPlayerCtrl::SetWatchFiles(int bWatch)
 
 void CMediaPlayerCtrl::WatchFile(const QString& path)
 {
-    if (m_pWatcher && !path.isEmpty() && !m_pWatcher->files().contains(path) && QFileInfo::exists(path))
+    if (m_pWatcher && !path.isEmpty() && QFileInfo::exists(path))
         m_pWatcher->addPath(path);
 }
 
@@ -51,9 +51,12 @@ void CMediaPlayerCtrl::RereadChangedFiles()
 {
     const QSet<QString> changed = std::exchange(m_setChangedFiles, {});
     for (const QString& path : changed) {
-        // A file replaced by a rename is a new file to watch; a deleted one keeps its entry as it was.
-        if (m_mapAdded.contains(path))
+        // A file replaced by a rename is a new file: the watch moves to it (the old one may live on
+        // while the engine still plays it). A deleted one keeps its entry as it was.
+        if (m_mapAdded.contains(path)) {
+            UnwatchFile(path);
             WatchFile(path);
+        }
         RetitleEntry(path);
     }
 }
