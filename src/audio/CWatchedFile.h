@@ -29,9 +29,10 @@ class TUNIVOX_EXPORT CWatchedFile
 {
 public:
     // Longest wait for a writer to finish, and how long the file must be quiet when the writer's
-    // close cannot be observed.
+    // close cannot be observed (long enough for a writer pausing between the chunks it moves; the
+    // ring holds 1.49 s of sound, so the song does not stall).
     static constexpr int kSettleLimitMs = 400;
-    static constexpr int kQuietMs = 25;
+    static constexpr int kQuietMs = 75;
 
     CWatchedFile() = default;
     ~CWatchedFile();
