@@ -107,8 +107,9 @@ void CWatchedFile::Restart()
     m_bNeedsReopen = false;
     m_bEventPending = false;
     m_bClosedLast = false;
+    m_bWriterOpen = false;
     if (m_nFd >= 0 && ::fstat(m_nFd, &m_known) == 0)
-        m_nEnd = m_known.st_size;
+        m_nEnd = m_nOldEnd = m_known.st_size;
 }
 
 void CWatchedFile::DrainEvents()
@@ -128,8 +129,10 @@ void CWatchedFile::DrainEvents()
                 m_bClosedLast = false;
                 ++m_nEvents;
             }
-            if (event.mask & IN_CLOSE_WRITE)
+            if (event.mask & IN_CLOSE_WRITE) {
                 m_bClosedLast = true;
+                m_bWriterOpen = false;
+            }
             if (event.mask & kLinkEvents)
                 m_bLinkEvent = true;
             at += static_cast<ssize_t>(sizeof(inotify_event) + event.len);
@@ -160,6 +163,7 @@ void CWatchedFile::Settle()
         DrainEvents();
         if (m_bClosedLast && m_bEventPending)
             return;
+        m_bWriterOpen = m_nNotify >= 0;
         struct stat now {};
         ::fstat(m_nFd, &now);
         const auto time = Clock::now();
@@ -178,6 +182,18 @@ void CWatchedFile::Settle()
             ::usleep(5000);
         }
     }
+}
+
+void CWatchedFile::WaitForWriterClose()
+{
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    while (m_bWriterOpen && m_nNotify >= 0 && Clock::now() - start < std::chrono::milliseconds(kSettleLimitMs)) {
+        pollfd item{m_nNotify, POLLIN, 0};
+        ::poll(&item, 1, 5);
+        DrainEvents();
+    }
+    m_bWriterOpen = false;
 }
 
 void CWatchedFile::HandleChange()
@@ -223,7 +239,9 @@ bool CWatchedFile::Remap(const struct stat& now)
     if (!found)
         return false;
     m_nDelta = delta;
-    m_nEnd = std::min(m_nEnd, size - delta);
+    // Recomputed from the opened end each time: a writer caught before its last bytes reached the
+    // file (stdio buffers until its close) must not cut the song for good.
+    m_nEnd = std::min(m_nOldEnd, size - delta);
     m_known = now;
     ++m_nRemaps;
     return true;
@@ -320,6 +338,12 @@ int CWatchedFile::Read(std::uint8_t* buffer, int size)
         // The writer got in while we read: these bytes may be half old, half new.
         if (!m_bReplaced && StatChanged())
             continue;
+        if (got < wanted && m_bWriterOpen) {
+            // The writer has not closed the file yet: its last bytes may still be on their way.
+            WaitForWriterClose();
+            if (got == 0)
+                continue;
+        }
         if (got == 0)
             return 0;
         KeepWindow(buffer, static_cast<int>(got), m_nPos);

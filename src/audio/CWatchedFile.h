@@ -67,6 +67,7 @@ private:
     bool StatChanged();
     void DrainEvents();
     void Settle();
+    void WaitForWriterClose();
     void HandleChange();
     bool Remap(const struct stat& now);
     bool Matches(std::int64_t delta, std::int64_t fileSize);
@@ -84,10 +85,12 @@ private:
     struct stat m_known {}; // the descriptor's state the current mapping was made for
     std::int64_t m_nPos = 0;   // old-layout position
     std::int64_t m_nDelta = 0; // new offset = old offset + m_nDelta
-    std::int64_t m_nEnd = 0;   // old-layout end
+    std::int64_t m_nEnd = 0;   // old-layout end, less what the new file lacks
+    std::int64_t m_nOldEnd = 0; // old-layout end as opened
     bool m_bEventPending = false; // a change event not yet handled
     bool m_bClosedLast = false;   // the last event was a writer's close
     bool m_bLinkEvent = false;    // the link count may have dropped
+    bool m_bWriterOpen = false;   // settled by quiet while the writer still holds the file open
     int m_nEvents = 0;
     bool m_bReplaced = false;
     bool m_bGone = false;

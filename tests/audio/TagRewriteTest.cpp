@@ -60,6 +60,8 @@ const RewriteCase kCases[] = {
      true},
     {"flac_within_padding", "rewrite.flac", {}, [](const QString& p) { SetTitleAndLyrics(p, "New", "Short"); }, true},
     {"flac_beyond_padding", "rewrite.flac", {}, [](const QString& p) { AddPicture(p, kBigPicture); }, true},
+    {"flac_writer_closes_late", "rewrite.flac", {}, [](const QString& p) { AddPicture(p, kBigPicture, 300); },
+     true},
     {"flac_reencoded", "rewrite.flac", {},
      [](const QString& p) { OverwriteInPlace(p, Contents(FixturePath("rewrite-level0.flac"))); }, false},
     {"m4a_moov_first_covr", "rewrite-moov-first.m4a", {}, [](const QString& p) { AddPicture(p, kBigPicture); }, true},

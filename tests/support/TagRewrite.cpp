@@ -1,6 +1,7 @@
 #include "support/TagRewrite.h"
 
 #include <QFile>
+#include <QThread>
 #include <cstdio>
 #include <stdexcept>
 #include <taglib/apetag.h>
@@ -69,7 +70,7 @@ void SetTag(const QString& path, const char* key, const QString& value)
     Require(file.save(), path, "save");
 }
 
-void AddPicture(const QString& path, int size)
+void AddPicture(const QString& path, int size, int holdOpenMs)
 {
     const QByteArray name = QFile::encodeName(path);
     const TagLib::ByteVector bytes = Bytes(FakePicture(size));
@@ -89,6 +90,7 @@ void AddPicture(const QString& path, int size)
         picture->setData(bytes);
         file.addPicture(picture);
         Require(file.save(), path, "save");
+        QThread::msleep(static_cast<unsigned long>(holdOpenMs));
     } else {
         TagLib::MP4::File file(name.constData());
         Require(file.isValid(), path, "open");

@@ -14,8 +14,9 @@ QByteArray FakePicture(int size);
 void SetTitleAndLyrics(const QString& path, const QString& title, const QString& lyrics);
 // Sets one property (TagLib's generic key, e.g. "ARTIST").
 void SetTag(const QString& path, const char* key, const QString& value);
-// Adds a front cover of `size` bytes in the container's own picture form (MPEG, FLAC, MP4).
-void AddPicture(const QString& path, int size);
+// Adds a front cover of `size` bytes in the container's own picture form (MPEG, FLAC, MP4), then
+// keeps the file open for `holdOpenMs` (a writer whose close comes late).
+void AddPicture(const QString& path, int size, int holdOpenMs = 0);
 // Removes every picture of an MPEG file.
 void RemovePictures(const QString& path);
 void StripId3v1(const QString& path);
