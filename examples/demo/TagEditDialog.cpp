@@ -13,8 +13,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 
-#include "TagWriter.h"
-
 namespace {
 
 constexpr int kCoverPreview = 96;
@@ -24,7 +22,8 @@ constexpr int kCoverPreview = 96;
 TagEditDialog::TagEditDialog(const QString& path, QWidget* parent) : QDialog(parent), m_strPath(path)
 {
     setWindowTitle(tr("Edit tags — %1").arg(QFileInfo(path).fileName()));
-    const SongTags tags = ReadSongTags(path);
+    m_before = ReadSongTags(path);
+    const SongTags& tags = m_before;
     auto* form = new QFormLayout(this);
     auto field = [&](const QString& label, const QString& value) {
         auto* edit = new QLineEdit(value, this);
@@ -85,7 +84,7 @@ void TagEditDialog::accept()
     tags.cover = m_coverBytes;
     tags.strCoverMime = m_strCoverMime;
     QString error;
-    if (!WriteSongTags(m_strPath, tags, &error)) {
+    if (!WriteSongTags(m_strPath, m_before, tags, &error)) {
         QMessageBox::warning(this, windowTitle(), error);
         return;
     }

@@ -6,6 +6,8 @@
 #include <QDialog>
 #include <QString>
 
+#include "TagWriter.h"
+
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
@@ -24,6 +26,7 @@ private:
     void ChooseCover();
 
     QString m_strPath;
+    SongTags m_before;
     QLineEdit* m_title;
     QLineEdit* m_artist;
     QLineEdit* m_album;

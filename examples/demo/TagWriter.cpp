@@ -27,8 +27,10 @@ TagLib::ByteVector Bytes(const QByteArray& bytes)
     return {bytes.constData(), static_cast<unsigned int>(bytes.size())};
 }
 
-void SetText(TagLib::PropertyMap& properties, const char* key, const QString& value)
+void SetText(TagLib::PropertyMap& properties, const char* key, const QString& before, const QString& value)
 {
+    if (value == before)
+        return;
     if (value.trimmed().isEmpty())
         properties.erase(key);
     else
@@ -116,7 +118,7 @@ SongTags ReadSongTags(const QString& path)
     return tags;
 }
 
-bool WriteSongTags(const QString& path, const SongTags& tags, QString* error)
+bool WriteSongTags(const QString& path, const SongTags& before, const SongTags& tags, QString* error)
 {
     TagLib::FileRef file(QFile::encodeName(path).constData());
     if (file.isNull() || file.file()->readOnly()) {
@@ -124,13 +126,13 @@ bool WriteSongTags(const QString& path, const SongTags& tags, QString* error)
         return false;
     }
     TagLib::PropertyMap properties = file.file()->properties();
-    SetText(properties, "TITLE", tags.strTitle);
-    SetText(properties, "ARTIST", tags.strArtist);
-    SetText(properties, "ALBUM", tags.strAlbum);
-    SetText(properties, "DATE", tags.strYear);
-    SetText(properties, "TRACKNUMBER", tags.strTrack);
-    SetText(properties, "GENRE", tags.strGenre);
-    SetText(properties, "LYRICS", tags.strLyrics);
+    SetText(properties, "TITLE", before.strTitle, tags.strTitle);
+    SetText(properties, "ARTIST", before.strArtist, tags.strArtist);
+    SetText(properties, "ALBUM", before.strAlbum, tags.strAlbum);
+    SetText(properties, "DATE", before.strYear, tags.strYear);
+    SetText(properties, "TRACKNUMBER", before.strTrack, tags.strTrack);
+    SetText(properties, "GENRE", before.strGenre, tags.strGenre);
+    SetText(properties, "LYRICS", before.strLyrics, tags.strLyrics);
     file.file()->setProperties(properties);
     if (!tags.cover.isEmpty() && !SetCover(file.file(), tags)) {
         *error = QObject::tr("This kind of file holds no cover picture");

@@ -21,5 +21,7 @@ struct SongTags
 
 // The values the dialog starts from (the cover is not loaded).
 SongTags ReadSongTags(const QString& path);
-// Saves `tags` into `path`; empty texts remove their field. False with `*error` set on failure.
-bool WriteSongTags(const QString& path, const SongTags& tags, QString* error);
+// Saves into `path` the texts of `tags` that differ from `before` (what the file held: untouched
+// fields keep their exact form, e.g. a track "3/12" read as "3"); an emptied text removes its field.
+// False with `*error` set on failure.
+bool WriteSongTags(const QString& path, const SongTags& before, const SongTags& tags, QString* error);
