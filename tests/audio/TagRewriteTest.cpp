@@ -163,4 +163,54 @@ TEST(TagRewriteEnd, FileReplacedByRenamePlaysItsOldAudioToTheEnd)
     EXPECT_TRUE(played == reference) << "PCM differs from the untouched file's";
 }
 
+// The reader alone, deterministic: one second of PCM after a seek to 8 s, with `change` made
+// mid-song before the seek (the demuxer's seek then works on offsets of the old layout).
+QByteArray SeekAfterChange(const QString& path, const Step& change)
+{
+    CMediaReader reader;
+    EXPECT_EQ(reader.Open(reinterpret_cast<const WCHAR*>(path.utf16())), S_OK);
+    BYTE buffer[sizeof(WM_MEDIA_TYPE) + sizeof(WAVEFORMATEX)];
+    auto* type = reinterpret_cast<WM_MEDIA_TYPE*>(buffer);
+    DWORD size = sizeof(buffer);
+    EXPECT_EQ(reader.GetMediaType(0, type, &size), S_OK);
+    auto* format = reinterpret_cast<WAVEFORMATEX*>(type->pbFormat);
+    format->nChannels = 2;
+    format->nSamplesPerSec = 44100;
+    format->nBlockAlign = 4;
+    format->nAvgBytesPerSec = 176400;
+    EXPECT_EQ(reader.SetMediaType(0, type), S_OK);
+    CMediaSample* sample = nullptr;
+    QWORD time = 0;
+    while (time < kRewriteAt && SUCCEEDED(reader.GetNextSample(0, &sample, &time)))
+        sample->Release();
+    if (change)
+        change(path);
+    EXPECT_EQ(reader.SetRange(80000000, 0), S_OK);
+    QByteArray pcm;
+    while (pcm.size() < 176400 && SUCCEEDED(reader.GetNextSample(0, &sample, &time))) {
+        BYTE* data = nullptr;
+        DWORD length = 0;
+        sample->GetBufferAndLength(&data, &length);
+        pcm.append(reinterpret_cast<const char*>(data), length);
+        sample->Release();
+    }
+    return pcm;
+}
+
+TEST(TagRewriteSeek, ASeekAfterTheRewriteLandsWhereItWouldHave)
+{
+    const Step picture = [](const QString& p) { AddPicture(p, kBigPicture); };
+    const Step comment = [](const QString& p) { SetTitleAndLyrics(p, "New", BigLyrics()); };
+    const std::pair<const char*, Step> rows[] = {{"rewrite.mp3", picture}, {"rewrite.flac", picture},
+                                                 {"rewrite-moov-first.m4a", picture}, {"rewrite.ogg", comment},
+                                                 {"rewrite.wma", comment}};
+    for (const auto& [fixture, grow] : rows) {
+        ScopedTempFolder folder;
+        const QString path = CopyOf(folder, fixture);
+        const QByteArray untouched = SeekAfterChange(path, {});
+        ASSERT_GE(untouched.size(), 176400) << fixture;
+        EXPECT_TRUE(SeekAfterChange(path, grow) == untouched) << fixture;
+    }
+}
+
 } // namespace
