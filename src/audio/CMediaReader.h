@@ -82,7 +82,8 @@ public:
     using CancelCheck = bool (*)(void* context);
     void SetCancelCheck(CancelCheck check, void* context);
 
-    // How many times the open file was rewritten in place and the reader followed its audio bytes.
+    // How many times the open file was rewritten in place and the reader followed its audio bytes
+    // (safe to ask from any thread).
     int FileChangesFollowed() const;
 
     // FFmpeg's description of the last failure, for diagnostics.

@@ -18,6 +18,7 @@
 // PollGone do not. Waiting for a writer to finish is bounded (kSettleLimitMs).
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <sys/stat.h>
@@ -61,7 +62,7 @@ public:
     void Restart();
 
     // How many in-place changes were followed by remapping (for diagnostics and benchmarks).
-    int RemapCount() const { return m_nRemaps; }
+    int RemapCount() const { return m_nRemaps.load(std::memory_order_relaxed); }
 
 private:
     bool StatChanged();
@@ -95,7 +96,7 @@ private:
     bool m_bReplaced = false;
     bool m_bGone = false;
     bool m_bNeedsReopen = false;
-    int m_nRemaps = 0;
+    std::atomic<int> m_nRemaps{0}; // read by other threads for diagnostics
 
     // The last bytes read, ending at old-layout offset m_nWindowEnd.
     std::array<std::uint8_t, kWindowBytes> m_window {};
