@@ -85,7 +85,9 @@ QByteArray EngineDecode(const QString& path)
     ScopedNullDevice device;
     CAudioPlayer player;
     InitAndOpen(player, path);
-    return PlayToEnd(player, device);
+    const QByteArray pcm = PlayToEnd(player, device);
+    EXPECT_EQ(player.m_pReader->FileChangesFollowed(), 0) << "an untouched file seen as changed";
+    return pcm;
 }
 
 // Plays `path` at speed, runs `change` once the song is 1 s in, and returns what the device got.
