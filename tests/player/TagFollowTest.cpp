@@ -1,6 +1,6 @@
 // Tags saved while the list shows them: the entry's text and title follow the addFile rules it was
 // added with, the playing song's title, lyrics and cover reach the feed, and the host hears of it;
-// by watching (on request) or by the host's own NotifyFileChanged.
+// by watching (on request) or by the host's own NotifyFileChanged; a deleted playing song ends and the next plays.
 #include <QDir>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
@@ -100,4 +100,24 @@ TEST(TagFollow, ListedSongsAreRetitledByTheRulesTheyWereAddedWith)
     QFile::remove(byArtist);
     EXPECT_FALSE(WaitUntil([&] { return changed.count() > 3; }, 400));
     EXPECT_EQ(f.ctrl->item(0)->text(), QStringLiteral("1. New Artist"));
+}
+
+TEST(TagFollow, DeletingThePlayingSongEndsItAndTheNextOnePlays)
+{
+    PlayerFixture f(4.0);
+    ScopedTempFolder folder;
+    const QString first = CopyOfSong(folder, QStringLiteral("a.flac"));
+    const QString second = CopyOfSong(folder, QStringLiteral("b.flac"));
+    f.ctrl->addFile(HostSong(first), 0);
+    f.ctrl->addFile(HostSong(second), 0);
+    ASSERT_EQ(f.ctrl->PlayStart(first.toUtf8().constData()), 1);
+    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentSeconds() >= 1; }, 5000));
+    QFile::remove(first);
+    // Well before the 3 s the rest of the song would take at 4x.
+    EXPECT_TRUE(f.EngineFinished(1500));
+    for (int tick = 0; tick < 3 && f.ctrl->GetCurrentIndex() == 0; ++tick)
+        f.ctrl->OnTimer(291); // the first tick after a start only re-enables the progress
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
+    EXPECT_EQ(f.ctrl->GetPlayingFileName(), second);
+    EXPECT_TRUE(f.ctrl->IsPlaying());
 }
