@@ -573,8 +573,10 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
                 continue;
             }
             const int read = av_read_frame(d.pFormat, d.pPacket);
-            if (d.file.IsGone())
+            if (d.file.IsGone()) {
+                av_packet_unref(d.pPacket);
                 return NS_E_NO_MORE_SAMPLES;
+            }
             if (d.file.NeedsReopen()) {
                 // This packet may hold bytes of the new content: decode from the reopened file instead.
                 av_packet_unref(d.pPacket);
