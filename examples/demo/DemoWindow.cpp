@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include "NowPlayingPanel.h"
+#include "TagEditDialog.h"
 #include "audio/CAudioPlayer.h"
 #include "audio/WaveOut.h"
 #include "controls/CSliderCtrlEx.h"
@@ -78,6 +79,8 @@ DemoWindow::DemoWindow()
     actions->addAction(tr("Add files…"), this, &DemoWindow::AddFiles);
     actions->addAction(tr("Add folder…"), this, &DemoWindow::AddFolder);
     actions->addAction(tr("Clear"), m_player, &CMediaPlayerCtrl::ClearPlayList);
+    QAction* editTags = actions->addAction(tr("Edit tags…"), this, &DemoWindow::EditTags);
+    editTags->setToolTip(tr("Edit the selected song's tags, lyrics and cover (also while it plays)"));
     actions->addSeparator();
     QAction* visual = actions->addAction(tr("Visualization"), this, [this] { m_player->Refresh(1); });
     visual->setToolTip(tr("Open or close the visualization window"));
@@ -87,6 +90,9 @@ DemoWindow::DemoWindow()
 
     BuildTransportBar();
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
+    // A tagging application saves while songs play: the list, the feed and this window follow.
+    m_player->SetWatchFiles(1);
+    connect(m_player, &CMediaPlayerCtrl::songTagsChanged, this, &DemoWindow::OnSongTagsChanged);
     connect(m_player, &CMediaPlayerCtrl::playlistCleared, this, [this] {
         m_nowPlaying->ShowNothing();
         statusBar()->showMessage(tr("Playlist cleared"), 3000);
@@ -231,6 +237,26 @@ void DemoWindow::OnSongStarted()
         m_player->item(i)->setFont(font);
     }
     setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
+}
+
+void DemoWindow::EditTags()
+{
+    const int row = m_player->currentRow();
+    if (row < 0 || row >= m_player->GetFiles().GetSize()) {
+        statusBar()->showMessage(tr("Select a song first"), 3000);
+        return;
+    }
+    TagEditDialog dialog(m_player->GetFiles().GetAt(row), this);
+    if (dialog.exec() == QDialog::Accepted)
+        statusBar()->showMessage(tr("Tags saved"), 3000);
+}
+
+void DemoWindow::OnSongTagsChanged(const QString& path)
+{
+    if (m_player->IsPlaying() && path == m_player->GetPlayingFileName()) {
+        m_nowPlaying->ShowSong(path);
+        setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
+    }
 }
 
 void DemoWindow::customEvent(QEvent* e)

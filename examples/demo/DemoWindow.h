@@ -37,6 +37,8 @@ private:
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
+    void EditTags();
+    void OnSongTagsChanged(const QString& path);
     void OpenExternalPlayer();
     void CloseExternalPlayer();
     void UpdateExternalActions();

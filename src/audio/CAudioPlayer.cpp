@@ -102,6 +102,9 @@ HRESULT CAudioPlayer::Init()
         Release();
         return E_OUTOFMEMORY;
     }
+    // A stop must not wait for the reader decoding its way back into a re-encoded file.
+    m_pReader->SetCancelCheck(
+        [](void* player) { return static_cast<CAudioPlayer*>(player)->m_nCommand.load() == 1; }, this);
     return hr;
 }
 

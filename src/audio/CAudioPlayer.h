@@ -12,7 +12,8 @@
 // - m_csLock guards m_nFreeBlocks, m_qwPosition and m_dwPositionSeconds and is held only for those
 //   updates, never around device calls or copies. Flags read across threads are atomics.
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
-//   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop).
+//   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
+//   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
 
 #include <QString>
 #include <atomic>

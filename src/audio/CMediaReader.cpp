@@ -1,6 +1,9 @@
 #include "audio/CMediaReader.h"
 
+#include "audio/CWatchedFile.h"
+
 #include <QString>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -15,6 +18,7 @@ extern "C" {
 namespace {
 
 constexpr QWORD kUnitsPerSecond = 10000000;
+constexpr int kIoBufferBytes = 32768;
 // Output room for one decoded frame after rate conversion (FLAC frames reach 65535 samples).
 constexpr int kOutputFrames = 1 << 17;
 
@@ -50,6 +54,21 @@ bool IsDurationName(const char16_t* name)
     }
 }
 
+int ReadFromFile(void* opaque, uint8_t* buffer, int size)
+{
+    const int got = static_cast<CWatchedFile*>(opaque)->Read(buffer, size);
+    return got > 0 ? got : got == 0 ? AVERROR_EOF : AVERROR(-got);
+}
+
+int64_t SeekInFile(void* opaque, int64_t offset, int whence)
+{
+    auto* file = static_cast<CWatchedFile*>(opaque);
+    if (whence & AVSEEK_SIZE)
+        return file->Size();
+    const std::int64_t position = file->Seek(offset, whence & ~AVSEEK_FORCE);
+    return position < 0 ? AVERROR(EINVAL) : position;
+}
+
 } // namespace
 
 HRESULT CMediaSample::GetBufferAndLength(BYTE** buffer, DWORD* length) const
@@ -69,6 +88,8 @@ void CMediaSample::Release()
 struct CMediaReader::Impl
 {
     std::string strPath;
+    CWatchedFile file; // read through pIo, so that a tag writer's rewrite is followed
+    AVIOContext* pIo = nullptr;
     AVFormatContext* pFormat = nullptr;
     AVCodecContext* pDecoder = nullptr;
     SwrContext* pResampler = nullptr;
@@ -86,12 +107,16 @@ struct CMediaReader::Impl
 
     QWORD qwBaseTime = 0;
     std::uint64_t nDelivered = 0;
+    std::uint64_t nSkip = 0; // output frames to drop after a reopen, to land on the next sample
     bool bTrimming = false;
     QWORD qwTrimTarget = 0;
     bool bPristine = true;
     bool bInputEnded = false;
     bool bDecoderDrained = false;
     bool bResamplerFlushed = false;
+    bool bEnded = false; // the file went away or could not be read again: the song is over
+    CMediaReader::CancelCheck pCancel = nullptr;
+    void* pCancelContext = nullptr;
 
     CMediaSample sample;
     std::string strLastError;
@@ -113,28 +138,58 @@ struct CMediaReader::Impl
         nInRate = 0;
     }
 
+    void CloseInput()
+    {
+        avformat_close_input(&pFormat);
+        if (pIo)
+            av_freep(&pIo->buffer);
+        avio_context_free(&pIo);
+    }
+
     void CloseAll()
     {
         CloseDecoder();
-        avformat_close_input(&pFormat);
+        CloseInput();
+        file.Close();
         av_packet_free(&pPacket);
         av_frame_free(&pFrame);
         nStream = -1;
         sample = CMediaSample();
     }
 
+    // Opens the demuxer on `file`, which is opened first unless it already is.
     HRESULT OpenInput()
     {
+        if (!file.IsOpen()) {
+            const int failure = file.Open(strPath);
+            if (failure != 0)
+                return Fail(AVERROR(failure), "open");
+        }
+        auto* buffer = static_cast<unsigned char*>(av_malloc(kIoBufferBytes));
+        pIo = buffer ? avio_alloc_context(buffer, kIoBufferBytes, 0, &file, ReadFromFile, nullptr, SeekInFile)
+                     : nullptr;
+        pFormat = pIo ? avformat_alloc_context() : nullptr;
+        if (!pFormat) {
+            if (!pIo)
+                av_free(buffer);
+            CloseAll();
+            return E_OUTOFMEMORY;
+        }
+        pFormat->pb = pIo;
         int error = avformat_open_input(&pFormat, strPath.c_str(), nullptr, nullptr);
-        if (error < 0)
+        if (error < 0) {
+            CloseAll();
             return Fail(error, "open");
+        }
         error = avformat_find_stream_info(pFormat, nullptr);
         if (error < 0) {
-            avformat_close_input(&pFormat);
+            CloseAll();
             return Fail(error, "stream info");
         }
-        pPacket = av_packet_alloc();
-        pFrame = av_frame_alloc();
+        if (!pPacket)
+            pPacket = av_packet_alloc();
+        if (!pFrame)
+            pFrame = av_frame_alloc();
         if (!pPacket || !pFrame) {
             CloseAll();
             return E_OUTOFMEMORY;
@@ -174,6 +229,7 @@ struct CMediaReader::Impl
         bInputEnded = false;
         bDecoderDrained = false;
         bResamplerFlushed = false;
+        nSkip = 0;
     }
 
     bool ConfigureResampler(const AVFrame* frame)
@@ -257,14 +313,80 @@ struct CMediaReader::Impl
         return produced > 0 ? produced : 0;
     }
 
-    HRESULT Deliver(int frames, CMediaSample** result, QWORD* time)
+    // Hands out the converted frames, less those still to be skipped; false when none are left.
+    bool Deliver(int frames, CMediaSample** result, QWORD* time)
     {
-        sample.m_pData = outBuffer.data();
+        const int skipped = static_cast<int>(std::min<std::uint64_t>(nSkip, static_cast<std::uint64_t>(frames)));
+        nSkip -= static_cast<std::uint64_t>(skipped);
+        nDelivered += static_cast<std::uint64_t>(skipped);
+        frames -= skipped;
+        if (frames <= 0)
+            return false;
+        sample.m_pData = outBuffer.data() + static_cast<std::size_t>(skipped) * output.nBlockAlign;
         sample.m_dwLength = static_cast<DWORD>(frames) * output.nBlockAlign;
         sample.m_bInUse = true;
         *time = qwBaseTime + nDelivered * kUnitsPerSecond / output.nSamplesPerSec;
         nDelivered += static_cast<std::uint64_t>(frames);
         *result = &sample;
+        return true;
+    }
+
+    // Asks for PCM in `format` from output `stream` and opens its decoder.
+    HRESULT Configure(int stream, const WAVEFORMATEX& format)
+    {
+        CloseDecoder();
+        nStream = stream;
+        output = format;
+        for (unsigned i = 0; i < pFormat->nb_streams; ++i)
+            pFormat->streams[i]->discard = static_cast<int>(i) == nStream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        const HRESULT hr = OpenDecoder();
+        if (FAILED(hr)) {
+            nStream = -1;
+            return hr;
+        }
+        return S_OK;
+    }
+
+    HRESULT SeekTo(QWORD start)
+    {
+        std::int64_t target = static_cast<std::int64_t>(start / (kUnitsPerSecond / AV_TIME_BASE));
+        if (pFormat->start_time != AV_NOPTS_VALUE)
+            target += pFormat->start_time;
+        int error = avformat_seek_file(pFormat, -1, INT64_MIN, target, target, 0);
+        if (error < 0)
+            error = av_seek_frame(pFormat, -1, target, AVSEEK_FLAG_BACKWARD);
+        if (error < 0)
+            return Fail(error, "seek");
+        avcodec_flush_buffers(pDecoder);
+        swr_free(&pResampler);
+        nInFormat = -1;
+        ResetPosition(start);
+        return S_OK;
+    }
+
+    // The audio bytes changed under us (re-encoded, overwritten): open the file as it is now and
+    // decode up to the sample that comes next, dropping what was already delivered.
+    HRESULT ReopenAtNextSample()
+    {
+        const QWORD base = qwBaseTime;
+        const std::uint64_t delivered = nDelivered;
+        const int stream = nStream;
+        const WAVEFORMATEX format = output;
+        CloseDecoder();
+        CloseInput();
+        file.Restart();
+        HRESULT hr = OpenInput();
+        if (SUCCEEDED(hr))
+            hr = stream < static_cast<int>(pFormat->nb_streams) &&
+                         pFormat->streams[stream]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO
+                     ? Configure(stream, format)
+                     : NS_E_INVALID_DATA;
+        if (SUCCEEDED(hr))
+            hr = base != 0 ? SeekTo(base) : S_OK;
+        if (FAILED(hr))
+            return hr;
+        ResetPosition(base);
+        nSkip = delivered;
         return S_OK;
     }
 };
@@ -283,6 +405,7 @@ HRESULT CMediaReader::Open(const WCHAR* fileName)
     if (!fileName || !*fileName)
         return E_INVALIDARG;
     d.CloseAll();
+    d.bEnded = false;
     d.strPath = QString::fromUtf16(fileName).toUtf8().toStdString();
     return d.OpenInput();
 }
@@ -358,16 +481,9 @@ HRESULT CMediaReader::SetMediaType(DWORD output, const WM_MEDIA_TYPE* type)
         format.nChannels > 2 || format.nSamplesPerSec < 8000 || format.nSamplesPerSec > 192000)
         return E_INVALIDARG;
     format.nBlockAlign = static_cast<WORD>(format.nChannels * 2);
-    d.CloseDecoder();
-    d.nStream = static_cast<int>(output);
-    d.output = format;
-    for (unsigned i = 0; i < d.pFormat->nb_streams; ++i)
-        d.pFormat->streams[i]->discard = static_cast<int>(i) == d.nStream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-    const HRESULT hr = d.OpenDecoder();
-    if (FAILED(hr)) {
-        d.nStream = -1;
+    const HRESULT hr = d.Configure(static_cast<int>(output), format);
+    if (FAILED(hr))
         return hr;
-    }
     d.outBuffer.assign(static_cast<std::size_t>(kOutputFrames) * format.nBlockAlign, 0);
     return S_OK;
 }
@@ -412,20 +528,10 @@ HRESULT CMediaReader::SetRange(QWORD start, QWORD /*duration*/)
         WM_MEDIA_TYPE type{MEDIATYPE_Audio, sizeof(WAVEFORMATEX), reinterpret_cast<BYTE*>(const_cast<WAVEFORMATEX*>(&format))};
         return SetMediaType(static_cast<DWORD>(stream), &type);
     }
-    std::int64_t target = static_cast<std::int64_t>(start / (kUnitsPerSecond / AV_TIME_BASE));
-    if (d.pFormat->start_time != AV_NOPTS_VALUE)
-        target += d.pFormat->start_time;
-    int error = avformat_seek_file(d.pFormat, -1, INT64_MIN, target, target, 0);
-    if (error < 0)
-        error = av_seek_frame(d.pFormat, -1, target, AVSEEK_FLAG_BACKWARD);
-    if (error < 0)
-        return d.Fail(error, "seek");
-    avcodec_flush_buffers(d.pDecoder);
-    swr_free(&d.pResampler);
-    d.nInFormat = -1;
-    d.ResetPosition(start);
-    d.bPristine = false;
-    return S_OK;
+    const HRESULT hr = d.SeekTo(start);
+    if (SUCCEEDED(hr))
+        d.bPristine = false;
+    return hr;
 }
 
 HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* sampleTime)
@@ -434,19 +540,28 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
     if (!sample || !sampleTime)
         return E_INVALIDARG;
     *sample = nullptr;
+    if (d.bEnded)
+        return NS_E_NO_MORE_SAMPLES;
     if (!d.pFormat || d.nStream < 0)
         return NS_E_NOT_OPENED;
     if (stream != d.nStream)
         return E_INVALIDARG;
     d.bPristine = false;
+    // A deleted file ends the song now, not when the bytes already read run out.
+    if (d.file.PollGone())
+        return NS_E_NO_MORE_SAMPLES;
     for (;;) {
         if (!d.bDecoderDrained) {
             const int received = avcodec_receive_frame(d.pDecoder, d.pFrame);
             if (received == 0) {
                 const int frames = d.ConvertFrame(d.pFrame);
                 av_frame_unref(d.pFrame);
-                if (frames > 0)
-                    return d.Deliver(frames, sample, sampleTime);
+                if (frames > 0 && d.Deliver(frames, sample, sampleTime))
+                    return S_OK;
+                if (d.nSkip > 0 && d.pCancel && d.pCancel(d.pCancelContext)) {
+                    d.bEnded = true;
+                    return NS_E_NO_MORE_SAMPLES;
+                }
                 continue;
             }
             if (received == AVERROR_EOF) {
@@ -458,6 +573,21 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
                 continue;
             }
             const int read = av_read_frame(d.pFormat, d.pPacket);
+            if (d.file.IsGone()) {
+                av_packet_unref(d.pPacket);
+                return NS_E_NO_MORE_SAMPLES;
+            }
+            if (d.file.NeedsReopen()) {
+                // This packet may hold bytes of the new content: decode from the reopened file instead.
+                av_packet_unref(d.pPacket);
+                const HRESULT hr = d.ReopenAtNextSample();
+                if (FAILED(hr)) {
+                    d.CloseAll();
+                    d.bEnded = true;
+                    return NS_E_NO_MORE_SAMPLES;
+                }
+                continue;
+            }
             if (read < 0) {
                 // A read error ends the input like its end does: a damaged tail still plays up to it.
                 if (read != AVERROR_EOF)
@@ -474,12 +604,23 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
         if (!d.bResamplerFlushed) {
             d.bResamplerFlushed = true;
             const int frames = d.Resample(nullptr, 0);
-            if (frames > 0)
-                return d.Deliver(frames, sample, sampleTime);
+            if (frames > 0 && d.Deliver(frames, sample, sampleTime))
+                return S_OK;
             continue;
         }
         return NS_E_NO_MORE_SAMPLES;
     }
+}
+
+void CMediaReader::SetCancelCheck(CancelCheck check, void* context)
+{
+    m_pImpl->pCancel = check;
+    m_pImpl->pCancelContext = context;
+}
+
+int CMediaReader::FileChangesFollowed() const
+{
+    return m_pImpl->file.RemapCount();
 }
 
 std::string CMediaReader::LastErrorText() const

@@ -3,10 +3,16 @@
 // list its outputs (one per stream), read and set an output's media type, read the "Duration"
 // header attribute, set a range (seek) and pull timed PCM samples.
 //
+// The file is read through CWatchedFile: when a tag writer rewrites it in place while it plays, the
+// reader goes on from the next sample with the file's new layout (re-opening and decoding up to that
+// sample when the audio bytes themselves changed); a deleted file ends the song at once.
+//
 // Threading: one thread at a time. The engine opens and configures on the control's thread and
 // reads samples on its decoding thread, never both at once (it stops the thread first).
 // Allocation: Open and SetOutputProps allocate; GetNextSample reuses its buffers (FFmpeg's own
-// packet buffers aside); SetRange may allocate while it re-positions.
+// packet buffers aside) and follows an in-place rewrite without allocating; it allocates only when
+// the audio itself changed and it re-opens the file. SetRange may allocate while it re-positions.
+// Waiting for a tag writer to finish takes at most CWatchedFile::kSettleLimitMs.
 
 #include <memory>
 #include <string>
@@ -70,6 +76,15 @@ public:
     HRESULT SetRange(QWORD start, QWORD duration);
     // Next block of PCM of output `stream` and its time (100 ns). NS_E_NO_MORE_SAMPLES at the end.
     HRESULT GetNextSample(WORD stream, CMediaSample** sample, QWORD* sampleTime);
+
+    // Asked while the reader decodes its way back to its place after the file's audio changed
+    // (which can take a while in a long song): true ends that search and the song.
+    using CancelCheck = bool (*)(void* context);
+    void SetCancelCheck(CancelCheck check, void* context);
+
+    // How many times the open file was rewritten in place and the reader followed its audio bytes
+    // (safe to ask from any thread).
+    int FileChangesFollowed() const;
 
     // FFmpeg's description of the last failure, for diagnostics.
     std::string LastErrorText() const;

@@ -20,6 +20,8 @@ namespace {
 
 constexpr int kProgressTimerId = 291;
 constexpr int kTrackbarId = 222;
+// Quiet time after a file change before its tags are read: a tag writer's save is many writes.
+constexpr int kTagSettleMs = 150;
 
 } // namespace
 
@@ -31,6 +33,9 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     m_arrTitles.SetSize(5000);
     m_progressTimer.setInterval(950);
     connect(&m_progressTimer, &QTimer::timeout, this, [this] { OnTimer(kProgressTimerId); });
+    m_tagTimer.setSingleShot(true);
+    m_tagTimer.setInterval(kTagSettleMs);
+    connect(&m_tagTimer, &QTimer::timeout, this, [this] { RereadChangedFiles(); });
     AddBackgrounds();
     if (parent)
         QMetaObject::invokeMethod(this, [this] { Init(); }, Qt::QueuedConnection);

@@ -17,11 +17,20 @@
 //   1224 WM_PLAYER_LIST_CLEARED  playlistCleared() ClearPlayList ran
 //   1226 WM_PLAYER_RIGHT_CLICK   rightClicked()    right button pressed on a non-empty list
 //
+// Tags saved while the list is shown (the host is a tagging application): with SetWatchFiles(1) the
+// control watches every listed file; when one changes it re-reads its tags after a short settling
+// time, re-titles that entry by addFile's rules (with the bUseTags it was added with) and, for the
+// playing song, hands the new title, lyrics and cover to the visualization feed; then it emits
+// songTagsChanged(path). NotifyFileChanged(path) does the same at once, for hosts whose files sit
+// where changes are not notified. The playing audio is not disturbed: the engine follows its file.
+//
 // Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
 // lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
 // 100 ms limit; writers that miss the limit drop their update (the GUI never waits longer).
 
+#include <QHash>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QTimer>
 #include <atomic>
@@ -43,6 +52,7 @@
 
 class CAudioPlayer;
 class CMediaPlayerWnd;
+class QFileSystemWatcher;
 class CSubstringIndex;
 class CVisualThread;
 
@@ -81,6 +91,12 @@ public:
     static QString GetFormattedTime(int seconds);
     static QString GetFileName(const QString& path);
     static QString GetFileWithNoExtension(const QString& name);
+
+    // Tag changes of listed files (off by default).
+    void SetWatchFiles(int bWatch);
+    BOOL IsWatchingFiles() const { return m_pWatcher != nullptr; }
+    // Re-reads the tags of `path` now: 1 when it is listed (and readable), else 0.
+    int NotifyFileChanged(const char* path);
 
     // Transport.
     int PlayStart(const char* path);
@@ -186,6 +202,8 @@ signals:
     void rightClicked();
     // After each progress step and on Stop: elapsed text, total text, position in engine units.
     void progressChanged(const QString& elapsed, const QString& total, qulonglong position);
+    // A listed file's tags were re-read after it changed: its item text and title follow them.
+    void songTagsChanged(const QString& path);
 
 protected:
     int FindString(const CStringArray& arr, const char* s);
@@ -218,6 +236,12 @@ private:
     void SetSliderPosition(int position);
     CSubstringIndex& PathIndex();
     void InvalidatePathIndex();
+    static void EntryTexts(const CMp3Song& song, int bUseTags, QString* title, QString* text);
+    void WatchFile(const QString& path);
+    void UnwatchFile(const QString& path);
+    void OnFileChanged(const QString& path);
+    void RereadChangedFiles();
+    int RetitleEntry(const QString& path);
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).
@@ -271,6 +295,16 @@ private:
     std::unique_ptr<CSubstringIndex> m_pPathIndex; // answers the duplicate rule of addFile
     QString m_strAppFolder;
     QString m_strTempFolder;
+    // How each path was added, to title it again by the same rules when its tags change.
+    struct CAddedSong
+    {
+        int bUseTags = 0;
+        QString strAux2;
+    };
+    QHash<QString, CAddedSong> m_mapAdded;
+    QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off
+    QSet<QString> m_setChangedFiles;          // changed since the last re-read
+    QTimer m_tagTimer;                         // lets a writer finish before the tags are re-read
     int m_nDlgCtrlID = 0;
     bool m_bInitDone = false;
     bool m_bEngineReady = false;

@@ -38,24 +38,32 @@ int CMediaPlayerCtrl::addFile(CMp3Song song, int bUseTags)
     ++m_nAdded;
     m_arrFiles.Add(path);
     index.Append(path);
+    m_mapAdded.insert(path, CAddedSong{bUseTags, song.m_strAux2});
+    WatchFile(path);
 
-    const QString& artist = song.m_strTagArtist;
-    const QString& title = song.m_strTagTitle;
-    if (bUseTags)
-        m_arrTitles.Add(!artist.isEmpty() ? artist : GetFileWithNoExtension(CapitalizeStr(song.m_strAux2)));
-    else
-        m_arrTitles.Add(artist + QStringLiteral(" - ") + title);
-
+    QString title;
     QString text;
-    if (bUseTags && !artist.isEmpty())
-        text = artist;
-    else if (!artist.isEmpty() && !title.isEmpty())
-        text = artist + QStringLiteral(" - ") + title;
-    else
-        text = GetFileWithNoExtension(CapitalizeStr(song.m_strAux2));
+    EntryTexts(song, bUseTags, &title, &text);
+    m_arrTitles.Add(title);
     const int n = m_arrFiles.GetSize();
     insertItem(n - 1, QString::asprintf("%d. ", n) + text);
     return 0;
+}
+
+void CMediaPlayerCtrl::EntryTexts(const CMp3Song& song, int bUseTags, QString* title, QString* text)
+{
+    const QString& artist = song.m_strTagArtist;
+    const QString& songTitle = song.m_strTagTitle;
+    if (bUseTags)
+        *title = !artist.isEmpty() ? artist : GetFileWithNoExtension(CapitalizeStr(song.m_strAux2));
+    else
+        *title = artist + QStringLiteral(" - ") + songTitle;
+    if (bUseTags && !artist.isEmpty())
+        *text = artist;
+    else if (!artist.isEmpty() && !songTitle.isEmpty())
+        *text = artist + QStringLiteral(" - ") + songTitle;
+    else
+        *text = GetFileWithNoExtension(CapitalizeStr(song.m_strAux2));
 }
 
 int CMediaPlayerCtrl::LoadMp3sToPlayer(CStringArray*)
@@ -73,6 +81,9 @@ void CMediaPlayerCtrl::ClearPlayList()
     m_arrFiles.SetSize(0);
     m_arrTitles.SetSize(0);
     InvalidatePathIndex();
+    for (auto it = m_mapAdded.cbegin(); it != m_mapAdded.cend(); ++it)
+        UnwatchFile(it.key());
+    m_mapAdded.clear();
     PostToHost(WM_PLAYER_LIST_CLEARED);
     emit playlistCleared();
 }
@@ -88,6 +99,8 @@ void CMediaPlayerCtrl::ClearFileArray()
 void CMediaPlayerCtrl::RemoveEntryAt(int index)
 {
     InvalidatePathIndex();
+    UnwatchFile(m_arrFiles.GetAt(index));
+    m_mapAdded.remove(m_arrFiles.GetAt(index));
     m_arrFiles.RemoveAt(index);
     m_arrTitles.RemoveAt(index);
 }
