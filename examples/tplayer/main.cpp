@@ -43,6 +43,8 @@ int main(int argc, char** argv)
     auto* player = new CMediaPlayerCtrl(central);
     layout->addWidget(player);
     window.setCentralWidget(central);
+    // The host's visualization stays the host's: opening it here would show a second window.
+    player->SetRemembersVisualization(0);
     player->Init();
     layout->addWidget(player->GetTrackbar());
     player->GetTrackbar()->show();

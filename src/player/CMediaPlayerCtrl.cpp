@@ -113,7 +113,8 @@ void CMediaPlayerCtrl::Init()
     CRegistry registry;
     RegistryValue value;
     DWORD stored = 0;
-    if (registry.Read(REGISTRY_APP_KEY, "InternalIsVisual", value) && CRegistry::GetDWORD(value, &stored))
+    if (m_bRemembersVisual && registry.Read(REGISTRY_APP_KEY, "InternalIsVisual", value) &&
+        CRegistry::GetDWORD(value, &stored))
         m_bInternalIsVisual = static_cast<BOOL>(stored);
 
     if (!m_pVisualThread && IsVisualActive()) {
@@ -213,6 +214,8 @@ int CMediaPlayerCtrl::DoEvents()
 
 void CMediaPlayerCtrl::WriteInternalIsVisual(std::uint32_t value)
 {
+    if (!m_bRemembersVisual)
+        return;
     CRegistry registry;
     DWORD dw = value;
     registry.WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &dw);

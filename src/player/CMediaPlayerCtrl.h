@@ -189,6 +189,10 @@ public:
     const CStringArray& GetTitles() const { return m_arrTitles; }
     const CMp3Song& GetSong() const { return m_song; }
     QString GetCurrentPicturePath() const { return m_strPicturePath; }
+    // Whether Init restores "InternalIsVisual" and closing saves it (default 1). A second program
+    // on the same settings, such as the external player, sets 0 before Init: it neither opens the
+    // host's visualization nor changes what the host will restore.
+    void SetRemembersVisualization(int bRemember) { m_bRemembersVisual = bRemember != 0; }
     // Folders handed to the engine by WMInit: the converter's folder and the temporary folder.
     // Default: the application folder and the private temporary folder.
     void SetHostFolders(const QString& appFolder, const QString& tempFolder);
@@ -250,6 +254,7 @@ public:
     quint64 m_nTrackMax = 0;
     std::int32_t m_nExternalPid = 0;
     BOOL m_bInternalIsVisual = 0;
+    bool m_bRemembersVisual = true;
     QPointer<CSliderCtrlEx> m_Trackbar;
     QPointer<CSliderCtrlEx> m_VolumeBar;
     quint64 m_nPosition = 0;

@@ -66,6 +66,21 @@ TEST(Lifecycle, InternalIsVisualIsSavedOnDestroyAndReadByInit)
     EXPECT_EQ(StoredInternalIsVisual(), 1u);
 }
 
+TEST(Lifecycle, AControlThatDoesNotRememberLeavesTheHostsVisualizationAlone)
+{
+    ScopedUserFolders folders;
+    DWORD one = 1;
+    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &one);
+    HostWindow host;
+    auto* ctrl = new CMediaPlayerCtrl(&host);
+    ctrl->SetRemembersVisualization(0);
+    ctrl->Init();
+    EXPECT_FALSE(ctrl->IsVisualActive());
+    EXPECT_EQ(ctrl->GetVisualThread(), nullptr) << "no second visualization window";
+    delete ctrl;
+    EXPECT_EQ(StoredInternalIsVisual(), 1u) << "the host restores its own state next time";
+}
+
 TEST(Lifecycle, ClosingTheHostWindowSavesInternalIsVisual)
 {
     PlayerFixture f;
