@@ -14,6 +14,7 @@ struct ToolRun
 {
     int exitCode;
     QString errors;
+    QString output;
 };
 
 ToolRun PlayTool(const QStringList& arguments)
@@ -21,7 +22,8 @@ ToolRun PlayTool(const QStringList& arguments)
     QProcess tool;
     tool.start(QStringLiteral(TUNIVOX_BINARY_DIR "/bin/tunivox-play"), arguments);
     EXPECT_TRUE(tool.waitForFinished(30000));
-    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardError())};
+    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardError()),
+            QString::fromUtf8(tool.readAllStandardOutput())};
 }
 
 TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)
@@ -42,6 +44,36 @@ TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)
     EXPECT_EQ(failed.exitCode, 1);
     EXPECT_TRUE(failed.errors.contains(QStringLiteral("PlayCtrl Error #-2147024894\nError context: ")))
         << failed.errors.toStdString();
+}
+
+// Every file that cannot be played is named, with a reason a listener can act on, and exit code 1.
+TEST(PlayTool, NamesEachUnplayableFileWithAReason)
+{
+    ScopedTempFolder folder;
+    const struct
+    {
+        QString path;
+        const char* reason;
+    } rows[] = {
+        {folder.FilePath(QStringLiteral("missing.mp3")), "no such file"},
+        {folder.Path(), "is a folder"},
+        {folder.WriteFile(QStringLiteral("garbage $(x); 'q'.mp3"), QByteArray(4000, '\x5a')), ""},
+        {folder.WriteFile(QStringLiteral("text.flac"), "just some text\n"), ""},
+    };
+    for (const auto& row : rows) {
+        const ToolRun run = PlayTool({QStringLiteral("--untimed"), row.path});
+        EXPECT_EQ(run.exitCode, 1) << row.path.toStdString();
+        EXPECT_TRUE(run.errors.contains(QStringLiteral("PlayCtrl Error #"))) << run.errors.toStdString();
+        const QString named = QStringLiteral("tunivox-play: ") + row.path + QStringLiteral(": ");
+        const qsizetype at = run.errors.indexOf(named);
+        ASSERT_GE(at, 0) << run.errors.toStdString();
+        const QString reason = run.errors.mid(at + named.size()).trimmed();
+        EXPECT_FALSE(reason.isEmpty()) << row.path.toStdString();
+        EXPECT_TRUE(reason.startsWith(QLatin1String(row.reason))) << reason.toStdString();
+    }
+    const ToolRun help = PlayTool({QStringLiteral("--help")});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(help.output.startsWith(QStringLiteral("usage: tunivox-play"))) << help.output.toStdString();
 }
 
 TEST(PlayTool, RejectsBadCommandLines)

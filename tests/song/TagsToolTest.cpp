@@ -49,4 +49,6 @@ TEST(TagsTool, PrintsEveryFieldWritesTheControlsCoverAndFlagsUnreadableFiles)
     ASSERT_GT(comment, 0);
     EXPECT_EQ(lines.value(comment + 1), QByteArray(column, ' ') + "second");
     EXPECT_EQ(RunTool({}), 2);
+    EXPECT_EQ(RunTool({ QStringLiteral("--bogus"), song }), 2) << "a bad command line exits 2";
+    EXPECT_EQ(RunTool({ QStringLiteral("--help") }), 0);
 }

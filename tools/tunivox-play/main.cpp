@@ -44,11 +44,13 @@ struct Options
     std::vector<std::string> files;
 };
 
+constexpr const char* kUsage = "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
+                                "[--start SECONDS] [--seek-at T:POS]... [--stats] FILE...\n";
+constexpr int kHelpShown = -1;
+
 int Usage(const char* problem)
 {
-    std::fprintf(stderr, "tunivox-play: %s\n", problem);
-    std::fprintf(stderr, "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
-                         "[--start SECONDS] [--seek-at T:POS]... [--stats] FILE...\n");
+    std::fprintf(stderr, "tunivox-play: %s\n%s", problem, kUsage);
     return 2;
 }
 
@@ -65,7 +67,10 @@ int ParseOptions(int argc, char** argv, Options* options)
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const bool hasValue = i + 1 < argc;
-        if (arg == "--device" && hasValue) {
+        if (arg == "--help" || arg == "-h") {
+            std::printf("%s", kUsage);
+            return kHelpShown;
+        } else if (arg == "--device" && hasValue) {
             if (!ParseWaveBackend(argv[++i], &options->device.eBackend))
                 return Usage("--device takes alsa or null");
             options->bDeviceGiven = true;
@@ -123,16 +128,37 @@ void ReportError(HRESULT hr, const CAudioPlayer& player)
     std::fprintf(stderr, "PlayCtrl Error #%d\nError context: %s\n", static_cast<int>(hr), player.m_szError);
 }
 
+// Why a file could not be played, in words a listener understands.
+std::string Reason(const std::string& file, const CAudioPlayer& player)
+{
+    const QFileInfo info(QString::fromStdString(file));
+    if (!info.exists())
+        return "no such file";
+    if (info.isDir())
+        return "is a folder, not a file";
+    if (!info.isReadable())
+        return "cannot be read (permission denied)";
+    if (player.m_szError[0])
+        return player.m_szError;
+    return "not an audio file the player can decode";
+}
+
+void ReportFailure(HRESULT hr, const CAudioPlayer& player, const std::string& file)
+{
+    ReportError(hr, player);
+    std::fprintf(stderr, "tunivox-play: %s: %s\n", file.c_str(), Reason(file, player).c_str());
+}
+
 bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& file, bool terminal)
 {
     HRESULT hr = player.Open(file.c_str());
     if (FAILED(hr)) {
-        ReportError(hr, player);
+        ReportFailure(hr, player, file);
         return false;
     }
     hr = player.Play(static_cast<QWORD>(options.dStart * kUnits));
     if (FAILED(hr)) {
-        ReportError(hr, player);
+        ReportFailure(hr, player, file);
         return false;
     }
     const double total = player.m_qwDuration / kUnits;
@@ -162,6 +188,9 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
         QThread::msleep(pollMs);
     }
     const HRESULT ended = player.m_hrThread;
+    // A file FFmpeg opens but that has no length and yields no sound (text named .flac) is no song.
+    const bool silentAndEmpty = player.m_qwDuration == 0 &&
+                                player.GetCurrentTime() <= static_cast<QWORD>(options.dStart * kUnits);
     player.Stop();
     if (terminal)
         std::printf("\n");
@@ -174,6 +203,11 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
         ReportError(ended, player);
         return false;
     }
+    if (silentAndEmpty) {
+        player.m_szError[0] = 0;
+        ReportFailure(ended, player, file);
+        return false;
+    }
     return true;
 }
 
@@ -184,7 +218,7 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     Options options;
     if (const int bad = ParseOptions(argc, argv, &options))
-        return bad;
+        return bad == kHelpShown ? 0 : bad;
     SetWaveMapper(options.device);
 
     CAudioPlayer player;

@@ -60,7 +60,15 @@ int main(int argc, char* argv[])
     parser.addOption(coverOption);
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Audio files."),
                                  QStringLiteral("FILE..."));
-    parser.process(app);
+    // parse, not process: a bad command line exits with 2 as the other tools do (process exits 1).
+    if (!parser.parse(QCoreApplication::arguments())) {
+        Print(stderr, QStringLiteral("tunivox-tags: %1\n\n%2").arg(parser.errorText(), parser.helpText()));
+        return 2;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        Print(stdout, parser.helpText());
+        return 0;
+    }
 
     const QStringList files = parser.positionalArguments();
     if (files.isEmpty()) {
