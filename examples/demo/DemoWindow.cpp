@@ -14,6 +14,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "DemoPlayerCtrl.h"
 #include "NowPlayingPanel.h"
 #include "TagEditDialog.h"
 #include "audio/CAudioPlayer.h"
@@ -60,7 +61,7 @@ DemoWindow::DemoWindow()
     auto* listHolder = new QWidget(splitter);
     auto* listLayout = new QVBoxLayout(listHolder);
     listLayout->setContentsMargins(8, 12, 12, 8);
-    m_player = new CMediaPlayerCtrl(listHolder);
+    m_player = new DemoPlayerCtrl(listHolder);
     m_player->setObjectName(QStringLiteral("playlist"));
     m_player->SetDlgCtrlID(1001);
     m_player->setSelectionMode(QAbstractItemView::ExtendedSelection);

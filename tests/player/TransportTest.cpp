@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "PlayerTestSupport.h"
+#include "demo/DemoPlayerCtrl.h"
 #include "controls/CSliderCtrlEx.h"
 
 using namespace tunivox::test;
@@ -128,6 +129,27 @@ TEST(Transport, InAMultiSelectionListOnlyTheNewSongStaysSelected)
         ASSERT_EQ(selected.size(), 1) << row.name;
         EXPECT_NE(f.ctrl->row(selected[0]), row.from) << row.name;
     }
+}
+
+// The library leaves N and B without a body; the demo host's control plays the next and previous
+// song with them (stopped: only the selection moves, as Next and Prev do).
+TEST(Transport, TheDemosControlMovesWithNAndB)
+{
+    PlayerFixture f;
+    auto* demo = new DemoPlayerCtrl(f.host.get());
+    demo->SetHostFolders(f.folders.TempFolder(), f.folders.TempFolder());
+    demo->Init();
+    demo->ClearPlayList();
+    for (const QString& name : kSongs)
+        demo->addFile(SongFor(FixturePath(name), QStringLiteral("Artist"), name), 0);
+    demo->m_nCurrentIndex = 0;
+    QTest::keyClick(demo, Qt::Key_N);
+    EXPECT_EQ(demo->currentRow(), 1);
+    demo->m_nCurrentIndex = 1;
+    QTest::keyClick(demo, Qt::Key_B);
+    EXPECT_TRUE(demo->item(0)->isSelected());
+    EXPECT_FALSE(demo->item(1)->isSelected());
+    delete demo;
 }
 
 TEST(Transport, DoEventsReportsAQuitItPumped)
