@@ -75,6 +75,15 @@ bool CVisualToolbar::Create(DWORD dwFlags, std::function<void(int)> onCommand)
             if (onCommand)
                 onCommand(ID_VISUAL_CHOOSE_PLUGIN);
         });
+        // The options dialog has no button either: it is offered here, in the window's context
+        // menu and on Ctrl+O.
+        QAction* options = menu->addAction(QStringLiteral("Visualization options..."));
+        options->setData(ID_VISUAL_OPTIONS);
+        options->setObjectName(QStringLiteral("command%1").arg(ID_VISUAL_OPTIONS));
+        connect(options, &QAction::triggered, this, [onCommand] {
+            if (onCommand)
+                onCommand(ID_VISUAL_OPTIONS);
+        });
         pluginButton->setMenu(menu);
         pluginButton->setPopupMode(QToolButton::MenuButtonPopup);
     }

@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QOpenGLContext>
 #include <QVBoxLayout>
@@ -70,12 +71,20 @@ bool CVisualWnd::Create(CVisualThread* pThread, const QString& strRegSubKey)
     };
     m_pSurface->onLeave = [this] { Post([](CVisualScene& scene) { scene.MouseLeave(); }); };
     m_pSurface->onMousePress = [this](QMouseEvent* event) {
+        if (event->button() == Qt::RightButton) {
+            ShowContextMenu(event->globalPosition().toPoint());
+            return;
+        }
         if (event->button() != Qt::LeftButton)
             return;
         const QPoint p = (event->position() * m_pSurface->devicePixelRatio()).toPoint();
         Post([p](CVisualScene& scene) { scene.LButtonDown(p.x(), p.y()); });
     };
     m_pSurface->onKey = [this](QKeyEvent* event) {
+        if (event->matches(QKeySequence::Open)) {
+            OnCommand(ID_VISUAL_OPTIONS);
+            return;
+        }
         const int key = event->key();
         Post([key](CVisualScene& scene) { scene.KeyDown(key); });
     };
@@ -222,6 +231,10 @@ void CVisualWnd::OnCommand(int nCommand)
         VisualSettings edited = m_settings;
         if (RunOptionsDialog(edited) && edited != m_settings) {
             m_settings = edited;
+            // Kept for the next session under the names and types they are read with.
+            CTypedSettings store;
+            if (!SaveVisualSettings(store, m_strRegSubKey, m_settings))
+                qWarning("visualization: the options could not be saved: %s", qPrintable(store.ErrorText()));
             Post([edited](CVisualScene& scene) { scene.ApplySettings(edited); });
             if (m_strTitle.isEmpty())
                 setWindowTitle(DefaultTitle());
@@ -231,6 +244,14 @@ void CVisualWnd::OnCommand(int nCommand)
     default:
         break;
     }
+}
+
+void CVisualWnd::ShowContextMenu(const QPoint& globalPos)
+{
+    QMenu menu(this);
+    menu.addAction(QStringLiteral("Visualization options..."), this, [this] { OnCommand(ID_VISUAL_OPTIONS); });
+    menu.addAction(QStringLiteral("Choose Plug-in..."), this, [this] { OnCommand(ID_VISUAL_CHOOSE_PLUGIN); });
+    menu.exec(globalPos);
 }
 
 bool CVisualWnd::RunOptionsDialog(VisualSettings& settings)

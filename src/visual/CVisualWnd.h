@@ -57,6 +57,8 @@ protected:
     void closeEvent(QCloseEvent* event) override;
     // Runs the options dialog on a copy of the settings; true and the new record on OK.
     virtual bool RunOptionsDialog(VisualSettings& settings);
+    // Right click on the picture: the options dialog and the plug-in chooser.
+    void ShowContextMenu(const QPoint& globalPos);
     // Runs the plug-in chooser on the current choice; true and the new choice on OK.
     virtual bool RunChoosePluginDialog(QString& strPlugin, int& nModule);
 

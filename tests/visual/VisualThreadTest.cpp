@@ -280,7 +280,7 @@ TEST_F(VisualThreadTest, ResizeRebuildsOnlyWhenTheSizeChanged)
     EXPECT_EQ(thread->SceneState().nRebuilds, before + 1);
 }
 
-TEST_F(VisualThreadTest, OptionsDialogCancelKeepsAndOkAppliesSettings)
+TEST_F(VisualThreadTest, OptionsDialogOpensFromKeyAndMenuAndOkAppliesAndKeeps)
 {
     StartShown();
     CVisualWnd* wnd = thread->GetMainWnd();
@@ -294,14 +294,21 @@ TEST_F(VisualThreadTest, OptionsDialogCancelKeepsAndOkAppliesSettings)
             accept ? dlg->accept() : dlg->reject();
         });
     };
+    // Ctrl+O on the picture opens it; Cancel keeps everything.
     answer(false);
-    wnd->OnCommand(ID_VISUAL_OPTIONS);
+    QTest::keyClick(wnd->Surface(), Qt::Key_O, Qt::ControlModifier);
     EXPECT_EQ(wnd->Settings(), original);
     EXPECT_EQ(wnd->Settings().m_nLyricsSpeed, 10);
 
+    // The plug-in button's drop-down opens it too; OK applies and keeps the choice for next time.
+    auto* fromMenu = wnd->findChild<QAction*>(QStringLiteral("command%1").arg(ID_VISUAL_OPTIONS));
+    ASSERT_NE(fromMenu, nullptr);
     answer(true);
-    wnd->OnCommand(ID_VISUAL_OPTIONS);
+    fromMenu->trigger();
     EXPECT_EQ(wnd->Settings().m_nLyricsSpeed, 20);
+    VisualSettings saved;
+    LoadVisualSettings(CTypedSettings(), QString::fromLatin1(REGISTRY_PLAYER_SUBKEY), saved);
+    EXPECT_EQ(saved, wnd->Settings());
     EXPECT_TRUE(WaitState([](const VisualSceneState& s) {
         return s.settings.m_nLyricsSpeed == 20 && std::abs(s.scroll.nScrollSpeed) == 20;
     }));
