@@ -94,6 +94,11 @@ DemoWindow::DemoWindow()
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);
     connect(m_player, &CMediaPlayerCtrl::songTagsChanged, this, &DemoWindow::OnSongTagsChanged);
+    connect(m_player, &CMediaPlayerCtrl::songFailed, this, [this](const QString& path, const QString& reason) {
+        statusBar()->showMessage(tr("Cannot play %1: %2").arg(QFileInfo(path).fileName(), reason), 8000);
+        m_elapsed->setText(QStringLiteral("00:00"));
+        m_total->setText(QStringLiteral("00:00"));
+    });
     connect(m_player, &CMediaPlayerCtrl::playlistCleared, this, [this] {
         m_nowPlaying->ShowNothing();
         statusBar()->showMessage(tr("Playlist cleared"), 3000);
@@ -232,6 +237,9 @@ void DemoWindow::OnSongStarted()
 {
     const QString path = m_player->GetPlayingFileName();
     m_nowPlaying->ShowSong(path);
+    // The labels belong to this song at once, not at the control's next progress tick.
+    m_elapsed->setText(QStringLiteral("00:00"));
+    m_total->setText(m_player->GetTotalText().isEmpty() ? QStringLiteral("00:00") : m_player->GetTotalText());
     for (int i = 0; i < m_player->count(); ++i) {
         QFont font = m_player->item(i)->font();
         font.setBold(i == m_player->GetCurrentIndex());

@@ -208,6 +208,9 @@ signals:
     void progressChanged(const QString& elapsed, const QString& total, qulonglong position);
     // A listed file's tags were re-read after it changed: its item text and title follow them.
     void songTagsChanged(const QString& path);
+    // A song could not be played: it would not open, or it ended without a sound and without a
+    // length (not audio at all). `reason` is for the listener ("no such file", ...).
+    void songFailed(const QString& path, const QString& reason);
 
 protected:
     int FindString(const CStringArray& arr, const char* s);
@@ -255,6 +258,7 @@ public:
     std::int32_t m_nExternalPid = 0;
     BOOL m_bInternalIsVisual = 0;
     bool m_bRemembersVisual = true;
+    bool m_bFailureReported = false; // songFailed was emitted for the song that ended last
     QPointer<CSliderCtrlEx> m_Trackbar;
     QPointer<CSliderCtrlEx> m_VolumeBar;
     quint64 m_nPosition = 0;

@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "audio/CAudioPlayer.h"
+#include "audio/UnplayableReason.h"
 #include "audio/WaveOut.h"
 #include "controls/CSliderCtrlEx.h"
 #include "platform/MsvcRand.h"
@@ -77,10 +78,12 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
     if (FAILED(hr)) {
         Error(hr, m_pAudioPlayer->m_szError);
         m_bPlaying = 0;
+        emit songFailed(path, UnplayableReason(path, m_pAudioPlayer->m_szError));
         return 0;
     }
     m_bPlaying = 1;
     m_bStopped = 0;
+    m_bFailureReported = false;
     m_strTotal = GetFormattedTime(static_cast<int>(m_pAudioPlayer->GetDurationSeconds()));
     m_nTrackMax = m_pAudioPlayer->m_qwDuration / kTicksPerSliderStep;
     if (m_Trackbar) {
@@ -246,6 +249,13 @@ void CMediaPlayerCtrl::OnTimer(int id)
     const bool engineDone = !m_pAudioPlayer->m_bPlaying || !m_pAudioPlayer->m_hDecodeThread;
     if (!engineDone || m_bStopped)
         return;
+    // Once per song: after the last entry the ticks go on seeing the same ended engine.
+    if (m_nPosition == 0 && m_pAudioPlayer->m_qwDuration == 0 && !m_bFailureReported && m_nCurrentIndex >= 0 &&
+        m_nCurrentIndex < m_arrFiles.GetSize()) {
+        m_bFailureReported = true;
+        const QString path = m_arrFiles.GetAt(m_nCurrentIndex);
+        emit songFailed(path, UnplayableReason(path, nullptr));
+    }
     const int n = count();
     // Without repeat, play deliberately ends after the last entry.
     if (m_bRepeat || n == 0 || currentRow() != n - 1)

@@ -1,5 +1,6 @@
 // Transport through the real engine on a fast null device: starting, advancing at the end of a song
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
+#include <QSignalSpy>
 #include <QTest>
 #include <functional>
 #include <gtest/gtest.h>
@@ -150,6 +151,34 @@ TEST(Transport, TheDemosControlMovesWithNAndB)
     EXPECT_TRUE(demo->item(0)->isSelected());
     EXPECT_FALSE(demo->item(1)->isSelected());
     delete demo;
+}
+
+// A song that cannot be played is reported with a reason: at once when it will not open, and at
+// the end when FFmpeg opened it but it held no sound and no length (text named .flac).
+TEST(Transport, AnUnplayableSongIsReportedWithAReason)
+{
+    PlayerFixture f;
+    ScopedTempFolder folder;
+    const QString missing = folder.FilePath(QStringLiteral("missing.mp3"));
+    const QString text = folder.WriteFile(QStringLiteral("text.flac"), "just some text\n");
+    f.ctrl->addFile(SongFor(missing), 0);
+    f.ctrl->addFile(SongFor(text), 0);
+    f.Add({kSongs[0]});
+    QSignalSpy failed(f.ctrl, &CMediaPlayerCtrl::songFailed);
+
+    EXPECT_EQ(f.ctrl->PlayStart(missing.toUtf8().constData()), 0);
+    ASSERT_EQ(failed.size(), 1);
+    EXPECT_EQ(failed[0][0].toString(), missing);
+    EXPECT_EQ(failed[0][1].toString(), QStringLiteral("no such file"));
+
+    ASSERT_EQ(f.ctrl->PlayStart(text.toUtf8().constData()), 1);
+    ASSERT_TRUE(f.EngineFinished());
+    f.ctrl->OnTimer(291);
+    f.ctrl->OnTimer(291);
+    ASSERT_EQ(failed.size(), 2) << "once, though the ticks see the ended song again";
+    EXPECT_EQ(failed[1][0].toString(), text);
+    EXPECT_EQ(failed[1][1].toString(), QStringLiteral("not an audio file the player can decode"));
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "and the next song plays";
 }
 
 TEST(Transport, DoEventsReportsAQuitItPumped)

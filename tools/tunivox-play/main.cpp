@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "audio/CAudioPlayer.h"
+#include "audio/UnplayableReason.h"
 #include "audio/WaveOut.h"
 #include "platform/Folders.h"
 
@@ -128,25 +129,11 @@ void ReportError(HRESULT hr, const CAudioPlayer& player)
     std::fprintf(stderr, "PlayCtrl Error #%d\nError context: %s\n", static_cast<int>(hr), player.m_szError);
 }
 
-// Why a file could not be played, in words a listener understands.
-std::string Reason(const std::string& file, const CAudioPlayer& player)
-{
-    const QFileInfo info(QString::fromStdString(file));
-    if (!info.exists())
-        return "no such file";
-    if (info.isDir())
-        return "is a folder, not a file";
-    if (!info.isReadable())
-        return "cannot be read (permission denied)";
-    if (player.m_szError[0])
-        return player.m_szError;
-    return "not an audio file the player can decode";
-}
-
 void ReportFailure(HRESULT hr, const CAudioPlayer& player, const std::string& file)
 {
     ReportError(hr, player);
-    std::fprintf(stderr, "tunivox-play: %s: %s\n", file.c_str(), Reason(file, player).c_str());
+    const QString reason = UnplayableReason(QString::fromStdString(file), player.m_szError);
+    std::fprintf(stderr, "tunivox-play: %s: %s\n", file.c_str(), reason.toUtf8().constData());
 }
 
 bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& file, bool terminal)
