@@ -132,6 +132,14 @@ void DemoWindow::BuildTransportBar()
     position->setParent(bar);
     position->setMinimumWidth(260);
     position->show();
+    // The elapsed time follows the thumb while it is dragged and shows where a release jumps to at
+    // once; the control's tick (under a second) takes over from there.
+    connect(position, &CSliderCtrlEx::Scroll, this, [this](unsigned, unsigned tenths) {
+        const unsigned seconds = tenths / 10;
+        m_elapsed->setText(QStringLiteral("%1:%2")
+                               .arg(seconds / 60, 2, 10, QLatin1Char('0'))
+                               .arg(seconds % 60, 2, 10, QLatin1Char('0')));
+    });
     layout->addWidget(m_elapsed);
     layout->addWidget(position, 1);
     layout->addWidget(m_total);

@@ -4,8 +4,8 @@
 // Threading contract
 // - Any thread may call these functions. Calls on one handle that change its queue (write, pause,
 //   restart, reset, close) must come from one thread at a time; waveOutSetVolume/GetVolume and
-//   waveOutGetStatistics may come from any thread at any moment (the control's UI thread sets the volume while the decoding thread
-//   streams). Handles are looked up in a table, so a handle that was closed meanwhile gives
+//   waveOutGetStatistics may come from any thread at any moment (the control's UI thread sets the
+//   volume while the decoding thread streams). Handles are looked up in a table, so a handle that was closed meanwhile gives
 //   MMSYSERR_INVALHANDLE instead of touching freed memory.
 // - Each open device runs a thread of its own. The completion callback (WOM_DONE, param1 = the
 //   header) runs on that thread, once per block, in queue order, never with a device lock held. The
