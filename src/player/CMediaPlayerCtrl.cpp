@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QLayout>
 #include <QMouseEvent>
+#include <QToolTip>
 
 #include "audio/CAudioPlayer.h"
 #include "controls/CSliderCtrlEx.h"
@@ -289,6 +290,22 @@ bool CMediaPlayerCtrl::event(QEvent* e)
         break;
     }
     return CInterDragListBox::event(e);
+}
+
+bool CMediaPlayerCtrl::viewportEvent(QEvent* e)
+{
+    if (e->type() != QEvent::ToolTip)
+        return CInterDragListBox::viewportEvent(e);
+    const auto* help = static_cast<QHelpEvent*>(e);
+    const QListWidgetItem* row = itemAt(help->pos());
+    const QRect shown = row ? visualItemRect(row) : QRect();
+    // A little room for the row's own margins: a text that just fits needs no tip.
+    const bool cut = row && QFontMetrics(row->font()).horizontalAdvance(row->text()) + 8 > shown.width();
+    if (cut)
+        QToolTip::showText(help->globalPos(), row->text(), viewport(), shown);
+    else
+        QToolTip::hideText();
+    return true;
 }
 
 bool CMediaPlayerCtrl::eventFilter(QObject* watched, QEvent* e)

@@ -226,6 +226,8 @@ protected:
     void OnLButtonDblClk();
 
     bool event(QEvent* e) override;
+    // A row cut off by the list's width shows its whole text as a tool tip.
+    bool viewportEvent(QEvent* e) override;
     bool eventFilter(QObject* watched, QEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseDoubleClickEvent(QMouseEvent* e) override;
@@ -249,6 +251,8 @@ private:
     void OnFileChanged(const QString& path);
     void RereadChangedFiles();
     int RetitleEntry(const QString& path);
+    // The toolbar's Pause button shows m_bPaused.
+    void ShowPausedState();
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).

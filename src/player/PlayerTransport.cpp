@@ -1,5 +1,6 @@
 // Transport and progress: starting, pausing, stopping and stepping through the playlist, the progress
 // timer with the end-of-song advance, seeking from the position slider, and the volume.
+#include <QAction>
 #include <QCoreApplication>
 #include <ctime>
 
@@ -11,9 +12,12 @@
 #include "platform/StringConv.h"
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
+#include "player/CMediaPlayerToolbar.h"
 #include "visual/CVisualThread.h"
 
 namespace {
+
+constexpr int kPauseCommand = 3; // the toolbar's Pause button
 
 constexpr int kProgressTimerId = 291;
 constexpr std::uintptr_t kTrackbarId = 222;
@@ -128,12 +132,14 @@ int CMediaPlayerCtrl::Pause()
     if (m_pAudioPlayer->m_bPlaying && m_pAudioPlayer->m_hDecodeThread && m_pAudioPlayer->m_bPaused) {
         hr = m_pAudioPlayer->Resume();
         m_bPaused = 0;
+        ShowPausedState();
         m_progressTimer.start();
         if (m_pVisualThread)
             m_pVisualThread->SetVisualState(m_nVisualSaved);
     } else {
         hr = m_pAudioPlayer->Pause();
         m_bPaused = 1;
+        ShowPausedState();
         m_progressTimer.stop();
         if (m_pVisualThread) {
             m_nVisualSaved = m_pVisualThread->GetVisualState();
@@ -153,6 +159,7 @@ int CMediaPlayerCtrl::Stop()
         return 1;
     m_bStopped = 1;
     m_bPaused = 0;
+    ShowPausedState();
     int result = 1;
     if (m_pAudioPlayer) {
         const HRESULT hr = m_pAudioPlayer->Stop();
@@ -260,6 +267,14 @@ void CMediaPlayerCtrl::OnTimer(int id)
     // Without repeat, play deliberately ends after the last entry.
     if (m_bRepeat || n == 0 || currentRow() != n - 1)
         Next();
+}
+
+void CMediaPlayerCtrl::ShowPausedState()
+{
+    if (QAction* pause = m_Toolbar ? m_Toolbar->CommandAction(kPauseCommand) : nullptr) {
+        pause->setCheckable(true);
+        pause->setChecked(m_bPaused != 0);
+    }
 }
 
 void CMediaPlayerCtrl::SetSliderPosition(int position)

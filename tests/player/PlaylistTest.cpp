@@ -1,5 +1,8 @@
 // The playlist: numbering, titles, the duplicate rule, clearing, reordering and the string routines.
+#include <QApplication>
+#include <QHelpEvent>
 #include <QTest>
+#include <QToolTip>
 #include <gtest/gtest.h>
 
 #include "PlayerTestSupport.h"
@@ -210,4 +213,25 @@ TEST(Playlist, SongTitleFormats)
     EXPECT_EQ(f.ctrl->SetPlayerSongTitle(song, 0, 1), QStringLiteral("The Band\r\nA Song"));
     song.m_strTagArtist.clear();
     EXPECT_EQ(f.ctrl->SetPlayerSongTitle(song, 0, 1), QStringLiteral("The Song"));
+}
+
+// A row the list's width cuts off shows its whole text as a tool tip; a row that fits shows none.
+TEST(Playlist, ACutOffRowShowsItsTextAsAToolTip)
+{
+    PlayerFixture f;
+    const QString longTitle = QStringLiteral("A title long enough to be cut off by a list three hundred pixels wide");
+    f.ctrl->addFile(SongFor(FixturePath(QStringLiteral("tone-44k-stereo.mp3")), QStringLiteral("Artist"), longTitle), 0);
+    f.ctrl->addFile(SongFor(FixturePath(QStringLiteral("chord-44k-stereo.flac")), QStringLiteral("A"), QStringLiteral("B")), 0);
+    f.host->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
+    const auto hover = [&](int row) {
+        const QPoint at = f.ctrl->visualItemRect(f.ctrl->item(row)).center();
+        QHelpEvent help(QEvent::ToolTip, at, f.ctrl->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(f.ctrl->viewport(), &help);
+    };
+    hover(0);
+    EXPECT_TRUE(QTest::qWaitFor([] { return QToolTip::isVisible(); }, 2000));
+    EXPECT_EQ(QToolTip::text(), f.ctrl->item(0)->text());
+    hover(1);
+    EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }, 2000));
 }

@@ -1,11 +1,13 @@
 // Transport through the real engine on a fast null device: starting, advancing at the end of a song
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
+#include <QAction>
 #include <QSignalSpy>
 #include <QTest>
 #include <functional>
 #include <gtest/gtest.h>
 
 #include "PlayerTestSupport.h"
+#include "player/CMediaPlayerToolbar.h"
 #include "demo/DemoPlayerCtrl.h"
 #include "controls/CSliderCtrlEx.h"
 
@@ -179,6 +181,24 @@ TEST(Transport, AnUnplayableSongIsReportedWithAReason)
     EXPECT_EQ(failed[1][0].toString(), text);
     EXPECT_EQ(failed[1][1].toString(), QStringLiteral("not an audio file the player can decode"));
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "and the next song plays";
+}
+
+TEST(Transport, ThePauseButtonShowsThePausedState)
+{
+    PlayerFixture f(1.0);
+    f.Add(kSongs);
+    QAction* pause = f.ctrl->GetToolbar()->CommandAction(3);
+    ASSERT_NE(pause, nullptr);
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
+    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() > 0; }));
+    EXPECT_EQ(f.ctrl->Pause(), 1);
+    EXPECT_TRUE(pause->isChecked());
+    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->m_bPaused.load(); }));
+    EXPECT_EQ(f.ctrl->Pause(), 1) << "again: resumes";
+    EXPECT_FALSE(pause->isChecked());
+    EXPECT_EQ(f.ctrl->Pause(), 1);
+    EXPECT_EQ(f.ctrl->Stop(), 1);
+    EXPECT_FALSE(pause->isChecked()) << "stopped is not paused";
 }
 
 TEST(Transport, DoEventsReportsAQuitItPumped)
