@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QMenu>
 #include <QToolButton>
+#include <initializer_list>
+#include <utility>
 
 #include "visual/VisualImages.h"
 #include "visual/VisualSettings.h"
@@ -65,25 +67,20 @@ bool CVisualToolbar::Create(DWORD dwFlags, std::function<void(int)> onCommand)
                 onCommand(command);
         });
     }
-    // The chooser has no button of its own: it drops down from the plug-in button.
+    // The chooser and the options dialog have no button of their own: they drop down from the
+    // plug-in button (the options are also in the window's context menu and on Ctrl+O).
     if (auto* pluginButton = qobject_cast<QToolButton*>(widgetForAction(CVisualToolbar::Button(ID_VISUAL_PLUGIN)))) {
         auto* menu = new QMenu(this);
-        QAction* choose = menu->addAction(QStringLiteral("Choose Plug-in..."));
-        choose->setData(ID_VISUAL_CHOOSE_PLUGIN);
-        choose->setObjectName(QStringLiteral("command%1").arg(ID_VISUAL_CHOOSE_PLUGIN));
-        connect(choose, &QAction::triggered, this, [onCommand] {
-            if (onCommand)
-                onCommand(ID_VISUAL_CHOOSE_PLUGIN);
-        });
-        // The options dialog has no button either: it is offered here, in the window's context
-        // menu and on Ctrl+O.
-        QAction* options = menu->addAction(QStringLiteral("Visualization options..."));
-        options->setData(ID_VISUAL_OPTIONS);
-        options->setObjectName(QStringLiteral("command%1").arg(ID_VISUAL_OPTIONS));
-        connect(options, &QAction::triggered, this, [onCommand] {
-            if (onCommand)
-                onCommand(ID_VISUAL_OPTIONS);
-        });
+        for (const auto& [text, command] : {std::pair{"Choose Plug-in...", ID_VISUAL_CHOOSE_PLUGIN},
+                                            std::pair{"Visualization options...", ID_VISUAL_OPTIONS}}) {
+            QAction* entry = menu->addAction(QString::fromLatin1(text));
+            entry->setData(command);
+            entry->setObjectName(QStringLiteral("command%1").arg(command));
+            connect(entry, &QAction::triggered, this, [onCommand, command = command] {
+                if (onCommand)
+                    onCommand(command);
+            });
+        }
         pluginButton->setMenu(menu);
         pluginButton->setPopupMode(QToolButton::MenuButtonPopup);
     }
