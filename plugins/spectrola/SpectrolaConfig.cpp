@@ -6,8 +6,14 @@
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QSpinBox>
+#include <algorithm>
 
 #include "SpectrolaSettings.h"
+
+int SpectrolaConfigTitleRoom(const QWidget& dialog)
+{
+    return dialog.fontMetrics().horizontalAdvance(dialog.windowTitle()) + kSpectrolaTitleBarRoom;
+}
 
 void RunSpectrolaConfig(void* pParent)
 {
@@ -35,6 +41,10 @@ void RunSpectrolaConfig(void* pParent)
     layout->addRow(QStringLiteral("&Colour scheme:"), scheme);
     layout->addRow(caps);
     layout->addRow(buttons);
+    layout->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    // Wide enough for the title bar to show the whole title beside its icon and buttons, which a
+    // window sized to its three rows cuts ("Spectr... ttings").
+    dialog.setMinimumWidth(std::max(dialog.sizeHint().width(), SpectrolaConfigTitleRoom(dialog)));
     if (dialog.exec() != QDialog::Accepted)
         return;
     settings.nBars = bars->value();

@@ -1,10 +1,13 @@
 // Spectrola on a real X display with Mesa: frames rendered into a framebuffer and read back.
+#include <QApplication>
+#include <QDialog>
 #include <QFileInfo>
 #include <QImage>
 #include <QOpenGLFunctions>
 #include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
+#include <QTimer>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
@@ -148,6 +151,27 @@ TEST_F(SpectrolaTest, ModulesAndVersion)
     EXPECT_EQ(names[0], QStringLiteral("Spectrum analyzer"));
     EXPECT_FALSE(library.VersionText().isEmpty());
     EXPECT_NE(library.Header()->getModule(0)->Config, nullptr);
+}
+
+// The settings dialog is wide enough for a title bar to show its whole title beside the window
+// icon and three buttons (about 140 pixels); sized to its three rows it cut the title.
+TEST_F(SpectrolaTest, SettingsDialogLeavesRoomForItsTitle)
+{
+    tMP3VisModule* module = library.Header()->getModule(0);
+    module->hwndParent = nullptr;
+    int width = 0;
+    int titleWidth = 0;
+    QTimer::singleShot(300, [&] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        ASSERT_NE(dialog, nullptr);
+        width = dialog->width();
+        titleWidth = dialog->fontMetrics().horizontalAdvance(dialog->windowTitle());
+        if (const QByteArray shot = qgetenv("TUNIVOX_SCREENSHOT_DIR"); !shot.isEmpty())
+            dialog->grab().save(QString::fromUtf8(shot) + QStringLiteral("/spectrola-settings.png"));
+        static_cast<QDialog*>(dialog)->reject();
+    });
+    module->Config(module);
+    EXPECT_GE(width, titleWidth + 140);
 }
 
 TEST_F(SpectrolaTest, OneKilohertzToneRaisesItsBarAtItsPlaceOnTheLogAxis)
