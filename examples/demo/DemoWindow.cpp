@@ -17,6 +17,7 @@
 #include "DemoPlayerCtrl.h"
 #include "NowPlayingPanel.h"
 #include "TagEditDialog.h"
+#include "TransportBar.h"
 #include "audio/CAudioPlayer.h"
 #include "audio/WaveOut.h"
 #include "controls/CSliderCtrlEx.h"
@@ -47,6 +48,7 @@ QToolBar { border: none; spacing: 4px; }
 QToolButton { border-radius: 4px; padding: 3px 6px; }
 QToolButton:checked { background: #dce8fb; }
 QToolButton:hover { background: #e9eef6; }
+#qt_toolbar_ext_button { padding: 0px; }
 )";
 
 } // namespace
@@ -69,12 +71,21 @@ DemoWindow::DemoWindow()
     splitter->addWidget(m_nowPlaying);
     splitter->addWidget(listHolder);
     splitter->setStretchFactor(1, 1);
-    setCentralWidget(splitter);
+    // A narrow window folds the now-playing panel away before the playlist gets too thin to read.
+    listHolder->setMinimumWidth(240);
+    splitter->setCollapsible(1, false);
+    auto* central = new QWidget(this);
+    auto* centralLayout = new QVBoxLayout(central);
+    centralLayout->setContentsMargins(0, 0, 0, 0);
+    centralLayout->setSpacing(0);
+    centralLayout->addWidget(splitter, 1);
+    setCentralWidget(central);
     m_player->Init();
     // The control starts with room for 5000 entries; a host clears the list before it loads songs.
     m_player->ClearPlayList();
 
     QToolBar* actions = addToolBar(tr("Playlist"));
+    actions->setObjectName(QStringLiteral("playlistActions"));
     actions->setMovable(false);
     actions->setToolButtonStyle(Qt::ToolButtonTextOnly);
     actions->addAction(tr("Add files…"), this, &DemoWindow::AddFiles);
@@ -89,7 +100,7 @@ DemoWindow::DemoWindow()
     m_closeExternal = actions->addAction(tr("Close external player"), this, &DemoWindow::CloseExternalPlayer);
     UpdateExternalActions();
 
-    BuildTransportBar();
+    centralLayout->addWidget(BuildTransportBar());
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);
@@ -113,59 +124,64 @@ DemoWindow::DemoWindow()
 
 DemoWindow::~DemoWindow() = default;
 
-void DemoWindow::BuildTransportBar()
+QWidget* DemoWindow::BuildTransportBar()
 {
-    auto* bar = new QWidget(this);
-    bar->setObjectName(QStringLiteral("transport"));
-    auto* layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(10, 6, 10, 6);
-
+    // The toolbar keeps all its buttons: a toolbar outside a main window's tool area would fold them
+    // into an extension that is never shown.
     CMediaPlayerToolbar* toolbar = m_player->GetToolbar();
-    toolbar->setParent(bar);
     toolbar->setIconSize(QSize(26, 26));
+    toolbar->setMinimumSize(toolbar->sizeHint());
     toolbar->show();
-    layout->addWidget(toolbar);
 
-    m_elapsed = new QLabel(QStringLiteral("00:00"), bar);
-    m_total = new QLabel(QStringLiteral("00:00"), bar);
-    CSliderCtrlEx* position = m_player->GetTrackbar();
-    position->setParent(bar);
-    position->setMinimumWidth(260);
-    position->show();
+    auto* position = new QWidget;
+    auto* positionLayout = new QHBoxLayout(position);
+    positionLayout->setContentsMargins(0, 0, 0, 0);
+    m_elapsed = new QLabel(QStringLiteral("00:00"), position);
+    m_elapsed->setObjectName(QStringLiteral("elapsed"));
+    m_total = new QLabel(QStringLiteral("00:00"), position);
+    m_total->setObjectName(QStringLiteral("total"));
+    CSliderCtrlEx* trackbar = m_player->GetTrackbar();
+    trackbar->setParent(position);
+    trackbar->setMinimumWidth(160);
+    trackbar->show();
     // The elapsed time follows the thumb while it is dragged and shows where a release jumps to at
     // once; the control's tick (under a second) takes over from there.
-    connect(position, &CSliderCtrlEx::Scroll, this, [this](unsigned, unsigned tenths) {
+    connect(trackbar, &CSliderCtrlEx::Scroll, this, [this](unsigned, unsigned tenths) {
         const unsigned seconds = tenths / 10;
         m_elapsed->setText(QStringLiteral("%1:%2")
                                .arg(seconds / 60, 2, 10, QLatin1Char('0'))
                                .arg(seconds % 60, 2, 10, QLatin1Char('0')));
     });
-    layout->addWidget(m_elapsed);
-    layout->addWidget(position, 1);
-    layout->addWidget(m_total);
+    positionLayout->addWidget(m_elapsed);
+    positionLayout->addWidget(trackbar, 1);
+    positionLayout->addWidget(m_total);
 
-    m_repeat = new QToolButton(bar);
+    auto* options = new QWidget;
+    auto* optionsLayout = new QHBoxLayout(options);
+    optionsLayout->setContentsMargins(0, 0, 0, 0);
+    m_repeat = new QToolButton(options);
+    m_repeat->setObjectName(QStringLiteral("repeat"));
     m_repeat->setText(tr("Repeat"));
     m_repeat->setCheckable(true);
     connect(m_repeat, &QToolButton::toggled, this, [this](bool on) { m_player->SetRepeatMode(on); });
-    m_shuffle = new QToolButton(bar);
+    m_shuffle = new QToolButton(options);
+    m_shuffle->setObjectName(QStringLiteral("shuffle"));
     m_shuffle->setText(tr("Shuffle"));
     m_shuffle->setCheckable(true);
     connect(m_shuffle, &QToolButton::toggled, this, [this](bool on) { m_player->SetShuflleMode(on); });
-    layout->addWidget(m_repeat);
-    layout->addWidget(m_shuffle);
-
-    layout->addWidget(new QLabel(tr("Volume"), bar));
+    optionsLayout->addWidget(m_repeat);
+    optionsLayout->addWidget(m_shuffle);
+    optionsLayout->addWidget(new QLabel(tr("Volume"), options));
     CSliderCtrlEx* volume = m_player->GetVolumeBar();
-    volume->setParent(bar);
+    volume->setParent(options);
     volume->setFixedWidth(110);
     volume->show();
-    layout->addWidget(volume);
+    optionsLayout->addWidget(volume);
 
-    auto* bottom = new QToolBar(tr("Transport"), this);
-    bottom->setMovable(false);
-    bottom->addWidget(bar);
-    addToolBar(Qt::BottomToolBarArea, bottom);
+    auto* bar = new TransportBar(toolbar, position, options, this);
+    bar->setObjectName(QStringLiteral("transport"));
+    bar->setAttribute(Qt::WA_StyledBackground);
+    return bar;
 }
 
 int DemoWindow::AddFile(const QString& path)

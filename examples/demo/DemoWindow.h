@@ -33,7 +33,7 @@ protected:
     void closeEvent(QCloseEvent* e) override;
 
 private:
-    void BuildTransportBar();
+    QWidget* BuildTransportBar();
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
