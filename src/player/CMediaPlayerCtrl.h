@@ -6,13 +6,15 @@
 // The host creates it as a child of one of its windows (or promotes a QListWidget in Designer).
 // Init() runs once the control has its parent window (deferred from the constructor or from the first
 // parent change); a host may call it itself. Init puts a companion window (CMediaPlayerWnd) at the
-// list's place, re-parents the list into it and makes the toolbar and sliders there.
+// list's place, re-parents the list into it and makes the toolbar and sliders there, hidden: the host
+// takes them with GetToolbar(), GetTrackbar() and GetVolumeBar(), places them and calls show().
 //
 // The playlist is held three times in parallel, index for index: the item texts ("%d. %s"),
 // m_arrFiles (paths) and m_arrTitles (display titles).
 //
-// Notifications (posted CUserMessageEvent to the host window the control was placed in, wParam =
-// GetDlgCtrlID(), lParam = 0), each also emitted as a signal:
+// Notifications (posted CUserMessageEvent to the widget that was the control's parent when Init ran, not
+// to its top-level window: a QMainWindow host whose control sits in a central widget gets them in that
+// widget; wParam = GetDlgCtrlID(), lParam = 0), each also emitted as a signal, which any object can take:
 //   1223 WM_PLAYER_SONG_STARTED  songStarted()     a song was started by PlayStart
 //   1224 WM_PLAYER_LIST_CLEARED  playlistCleared() ClearPlayList ran
 //   1226 WM_PLAYER_RIGHT_CLICK   rightClicked()    right button pressed on a non-empty list
@@ -113,7 +115,9 @@ public:
     BOOL IsShuffle() const { return m_bShuffle; }
     void SetRepeatMode(int b) { m_bRepeat = b; }
     void SetShuflleMode(int b) { m_bShuffle = b; }
+    // 0..100 with 100 the loudest.
     long GetVolume();
+    // 0..100 inverted on purpose: 0 is the loudest and 100 silence, as the volume slider counts.
     void SetVolume(long v);
     void ProcessTrackbar(unsigned code, unsigned position);
     void ProcessVolumeBar(unsigned code, unsigned position);
