@@ -104,7 +104,7 @@ HRESULT CAudioPlayer::Init()
     }
     // A stop must not wait for the reader decoding its way back into a re-encoded file.
     m_pReader->SetCancelCheck(
-        [](void* player) { return static_cast<CAudioPlayer*>(player)->m_nCommand.load() == 1; }, this);
+        [](void* player) { return static_cast<CAudioPlayer*>(player)->m_nCommand.load() == kEngineStop; }, this);
     return hr;
 }
 
@@ -383,7 +383,7 @@ HRESULT CAudioPlayer::Play(QWORD start)
             return HResultFromError(EAGAIN);
         }
         m_hCommand->Reset();
-        m_nCommand = 0;
+        m_nCommand = kEngineNoCommand;
         m_bPlaying = TRUE;
         m_hrThread = 0;
         m_qwStartTime = start;
@@ -395,7 +395,7 @@ HRESULT CAudioPlayer::Play(QWORD start)
         m_hDecodeThread->SetHighestPriority();
         m_hDecodeThread->Resume();
     } else if (m_bPlaying) {
-        m_nCommand = 4;
+        m_nCommand = kEngineSeek;
         m_qwStartTime = start;
         m_hCommand->Set();
     } else {
@@ -411,7 +411,7 @@ HRESULT CAudioPlayer::Stop()
         return E_UNEXPECTED;
     if (!m_hDecodeThread)
         return S_OK;
-    m_nCommand = 1;
+    m_nCommand = kEngineStop;
     m_hCommand->Set();
     HRESULT hr = S_OK;
     const bool ended = m_hDecodeThread->Wait(kStopWaitMs);
@@ -441,7 +441,7 @@ HRESULT CAudioPlayer::Pause()
     }
     if (!m_bPlaying)
         return Stop(), S_OK;
-    m_nCommand = 2;
+    m_nCommand = kEnginePause;
     m_hCommand->Set();
     return S_OK;
 }
@@ -456,7 +456,7 @@ HRESULT CAudioPlayer::Resume()
     }
     if (!m_bPlaying)
         return Stop(), S_OK;
-    m_nCommand = 3;
+    m_nCommand = kEngineResume;
     m_hCommand->Set();
     return S_OK;
 }
@@ -491,34 +491,34 @@ DWORD CAudioPlayer::DecodeThreadProc(void* instance)
     return 0;
 }
 
-int CAudioPlayer::WaitForCommand()
+EngineWaitResult CAudioPlayer::WaitForCommand()
 {
     CWaitableEvent* const events[2] = {m_hBlockDone, m_hCommand};
     if (CWaitableEvent::WaitAny(events, 2, kCommandWaitMs) != 1)
-        return 0;
+        return kWaitGoOn;
     m_hCommand->Reset();
     const HWAVEOUT device = m_hWaveOut;
     switch (m_nCommand.load()) {
-    case 1:
+    case kEngineStop:
         waveOutReset(device);
-        return 1;
-    case 2:
+        return kWaitStop;
+    case kEnginePause:
         if (waveOutPause(device) == MMSYSERR_NOERROR) {
             m_bPaused = TRUE;
-            return 0;
+            return kWaitGoOn;
         }
         waveOutReset(device);
-        return 1;
-    case 3:
+        return kWaitStop;
+    case kEngineResume:
         if (waveOutRestart(device) == MMSYSERR_NOERROR) {
             m_bPaused = FALSE;
-            return 0;
+            return kWaitGoOn;
         }
         waveOutReset(device);
-        return 1;
-    case 4: {
+        return kWaitStop;
+    case kEngineSeek: {
         if (waveOutReset(device) != MMSYSERR_NOERROR)
-            return 1;
+            return kWaitStop;
         int tries = 0;
         for (; tries < kSeekDrainTries; ++tries) {
             if (FreeBlocks() >= m_nBlockCount)
@@ -528,12 +528,12 @@ int CAudioPlayer::WaitForCommand()
         const HRESULT hr = m_pReader->SetRange(m_qwStartTime, 0);
         if (SUCCEEDED(hr) && tries < kSeekDrainTries) {
             m_bPaused = FALSE;
-            return 2;
+            return kWaitRestartAtSeek;
         }
-        return 1;
+        return kWaitStop;
     }
     default:
-        return 0;
+        return kWaitGoOn;
     }
 }
 
@@ -602,20 +602,20 @@ void CAudioPlayer::DecodeThread()
                 std::lock_guard<std::mutex> guard(m_csLock);
                 free = --m_nFreeBlocks;
             }
-            int result = 0;
+            EngineWaitResult result = kWaitGoOn;
             if (free == 0) {
                 do
                     result = WaitForCommand();
-                while (result == 0 && FreeBlocks() == 0);
+                while (result == kWaitGoOn && FreeBlocks() == 0);
             }
-            if (result == 1) {
+            if (result == kWaitStop) {
                 stopping = true;
                 break;
             }
             m_nCurrentBlock = (m_nCurrentBlock + 1) % m_nBlockCount;
             block = &headers[m_nCurrentBlock];
             block->dwUser = 0;
-            if (result == 2) {
+            if (result == kWaitRestartAtSeek) {
                 prebuffering = true;
                 break;
             }
@@ -625,7 +625,7 @@ void CAudioPlayer::DecodeThread()
 
     waveOutRestart(device);
     while (FreeBlocks() < m_nBlockCount) {
-        if (WaitForCommand() != 0)
+        if (WaitForCommand() != kWaitGoOn)
             break;
     }
     const LONG free = FreeBlocks();

@@ -28,6 +28,22 @@
 class CDecodeThread;
 class CMediaReader;
 
+// What the control's thread asks of the decoding thread: stored in m_nCommand, then m_hCommand is set.
+enum EngineCommand : int {
+    kEngineNoCommand = 0,
+    kEngineStop = 1,
+    kEnginePause = 2,
+    kEngineResume = 3,
+    kEngineSeek = 4, // restart at m_qwStartTime
+};
+
+// WaitForCommand's answer to the streaming loop.
+enum EngineWaitResult : int {
+    kWaitGoOn = 0,         // nothing to do, a time-out, or pause/resume done
+    kWaitStop = 1,         // stop streaming (asked, or a device call failed)
+    kWaitRestartAtSeek = 2 // the reader was moved: pre-buffer again from the new position
+};
+
 class TUNIVOX_EXPORT CAudioPlayer
 {
 public:
@@ -90,7 +106,7 @@ private:
     static void WaveOutProc(HWAVEOUT device, UINT message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR param2);
     static DWORD DecodeThreadProc(void* instance);
     void DecodeThread();
-    int WaitForCommand();
+    EngineWaitResult WaitForCommand();
     WCHAR* ConvertToWma(const QString& inputName);
 
     LONG FreeBlocks();

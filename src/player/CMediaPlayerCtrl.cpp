@@ -19,8 +19,6 @@
 
 namespace {
 
-constexpr int kProgressTimerId = 291;
-constexpr int kTrackbarId = 222;
 // Quiet time after a file change before its tags are read: a tag writer's save is many writes.
 constexpr int kTagSettleMs = 150;
 

@@ -58,9 +58,13 @@ class QFileSystemWatcher;
 class CSubstringIndex;
 class CVisualThread;
 
-// Custom event the control posts to itself after a progress step and on Stop (the original posted
-// window message number 291, the same number as its timer); wParam 222, lParam the position.
-inline constexpr QEvent::Type WM_PLAYER_PROGRESS = static_cast<QEvent::Type>(QEvent::User + 291);
+// The progress timer's id (its tick is OnTimer(kProgressTimerId)) and the position slider's control id.
+inline constexpr int kProgressTimerId = 291;
+inline constexpr int kTrackbarId = 222;
+
+// Custom event the control posts to itself after a progress step and on Stop; its number is the
+// timer's, as the window message it stands for was. wParam kTrackbarId, lParam the position.
+inline constexpr QEvent::Type WM_PLAYER_PROGRESS = static_cast<QEvent::Type>(QEvent::User + kProgressTimerId);
 
 class TUNIVOX_EXPORT CMediaPlayerCtrl : public CInterDragListBox, public IVisualFeedSource, public IPlaylistArrays
 {
@@ -201,7 +205,7 @@ public:
     // Default: the application folder and the private temporary folder.
     void SetHostFolders(const QString& appFolder, const QString& tempFolder);
 
-    // Timer 291's handler, public so hosts and tests can drive a tick.
+    // The progress timer's handler (id kProgressTimerId), public so hosts and tests can drive a tick.
     void OnTimer(int id);
 
 signals:
@@ -305,7 +309,7 @@ public:
     std::timed_mutex m_hChangeMutex;
 
 private:
-    QTimer m_progressTimer;        // timer 291
+    QTimer m_progressTimer;        // timer kProgressTimerId
     QPointer<QWidget> m_hostWindow; // where notifications go: the window the control was placed in
     QString m_strPicturePath;      // current "_tmpPlayerPic_" file
     QStringList m_stalePictures;   // earlier songs' pictures, removed once the new song plays

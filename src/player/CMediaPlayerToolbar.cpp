@@ -17,12 +17,12 @@ struct Button
 };
 
 const Button kButtons[] = {
-    {1, PlayerIcon::Previous, "Previous"},
-    {2, PlayerIcon::Play, "Play"},
-    {3, PlayerIcon::Pause, "Pause"},
-    {4, PlayerIcon::Stop, "Stop"},
-    {5, PlayerIcon::Next, "Next"},
-    {6, PlayerIcon::Visualization, "Visualization"},
+    {kCommandPrevious, PlayerIcon::Previous, "Previous"},
+    {kCommandPlay, PlayerIcon::Play, "Play"},
+    {kCommandPause, PlayerIcon::Pause, "Pause"},
+    {kCommandStop, PlayerIcon::Stop, "Stop"},
+    {kCommandNext, PlayerIcon::Next, "Next"},
+    {kCommandVisualization, PlayerIcon::Visualization, "Visualization"},
 };
 
 } // namespace

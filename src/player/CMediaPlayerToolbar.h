@@ -10,6 +10,17 @@
 #include "tunivox_export.h"
 
 class CSliderCtrlEx;
+
+// The companion window's command ids: the toolbar's buttons send 1-6; 7 (clear the list) has no button.
+enum PlayerCommandId : int {
+    kCommandPrevious = 1,
+    kCommandPlay = 2,
+    kCommandPause = 3,
+    kCommandStop = 4,
+    kCommandNext = 5,
+    kCommandVisualization = 6,
+    kCommandClearList = 7,
+};
 class CMediaPlayerWnd;
 
 class TUNIVOX_EXPORT CMediaPlayerToolbar : public QToolBar
@@ -21,7 +32,7 @@ public:
 
     explicit CMediaPlayerToolbar(CMediaPlayerWnd* parent);
 
-    // The action that sends command `id` (1-6), or null.
+    // The action that sends command `id` (kCommandPrevious..kCommandVisualization), or null.
     QAction* CommandAction(int id) const;
     void ConnectSliders(CSliderCtrlEx* trackbar, CSliderCtrlEx* volumebar);
 

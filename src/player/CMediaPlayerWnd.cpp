@@ -3,6 +3,7 @@
 #include <QResizeEvent>
 
 #include "player/CMediaPlayerCtrl.h"
+#include "player/CMediaPlayerToolbar.h"
 
 CMediaPlayerWnd::CMediaPlayerWnd(QWidget* parent) : QWidget(parent) {}
 
@@ -36,13 +37,13 @@ void CMediaPlayerWnd::OnCommand(int id)
     if (!ctrl)
         return;
     switch (id) {
-    case 1: ctrl->Prev(); break;
-    case 2: ctrl->Play(); break;
-    case 3: ctrl->Pause(); break;
-    case 4: ctrl->Stop(); break;
-    case 5: ctrl->Next(); break;
-    case 6: ctrl->Refresh(1); break;
-    case 7: ctrl->ClearPlayList(); break;
+    case kCommandPrevious: ctrl->Prev(); break;
+    case kCommandPlay: ctrl->Play(); break;
+    case kCommandPause: ctrl->Pause(); break;
+    case kCommandStop: ctrl->Stop(); break;
+    case kCommandNext: ctrl->Next(); break;
+    case kCommandVisualization: ctrl->Refresh(1); break;
+    case kCommandClearList: ctrl->ClearPlayList(); break;
     default: break;
     }
 }

@@ -17,10 +17,6 @@
 
 namespace {
 
-constexpr int kPauseCommand = 3; // the toolbar's Pause button
-
-constexpr int kProgressTimerId = 291;
-constexpr std::uintptr_t kTrackbarId = 222;
 constexpr quint64 kTicksPerSliderStep = 1000000;   // engine units (100 ns) per tenth of a second
 
 std::uint32_t TickCount()
@@ -271,7 +267,7 @@ void CMediaPlayerCtrl::OnTimer(int id)
 
 void CMediaPlayerCtrl::ShowPausedState()
 {
-    if (QAction* pause = m_Toolbar ? m_Toolbar->CommandAction(kPauseCommand) : nullptr) {
+    if (QAction* pause = m_Toolbar ? m_Toolbar->CommandAction(kCommandPause) : nullptr) {
         pause->setCheckable(true);
         pause->setChecked(m_bPaused != 0);
     }

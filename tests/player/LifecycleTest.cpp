@@ -123,18 +123,18 @@ TEST(Lifecycle, ToolbarCommandsDriveTheControl)
     f.Add({QStringLiteral("short-44k-stereo.wav"), QStringLiteral("tone-48k-mono.wav")});
     CMediaPlayerWnd* wnd = f.ctrl->GetPlayerWnd();
     f.ctrl->setCurrentRow(0);
-    f.ctrl->GetToolbar()->CommandAction(2)->trigger();
+    f.ctrl->GetToolbar()->CommandAction(kCommandPlay)->trigger();
     EXPECT_TRUE(f.ctrl->IsPlaying());
-    wnd->OnCommand(5);
+    wnd->OnCommand(kCommandNext);
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
-    wnd->OnCommand(4);
+    wnd->OnCommand(kCommandStop);
     EXPECT_TRUE(f.ctrl->IsStopped());
     wnd->OnCommand(0);
     wnd->OnCommand(8);
     EXPECT_EQ(f.ctrl->count(), 2) << "unknown ids do nothing";
-    wnd->OnCommand(7);
+    wnd->OnCommand(kCommandClearList);
     EXPECT_EQ(f.ctrl->count(), 0) << "id 7 clears though no button sends it";
-    EXPECT_EQ(f.ctrl->GetToolbar()->CommandAction(7), nullptr);
+    EXPECT_EQ(f.ctrl->GetToolbar()->CommandAction(kCommandClearList), nullptr);
 }
 
 TEST(Feed, ASetterLosesItsUpdateWhileTheReaderHoldsTheMutex)

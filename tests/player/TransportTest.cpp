@@ -187,7 +187,7 @@ TEST(Transport, ThePauseButtonShowsThePausedState)
 {
     PlayerFixture f(1.0);
     f.Add(kSongs);
-    QAction* pause = f.ctrl->GetToolbar()->CommandAction(3);
+    QAction* pause = f.ctrl->GetToolbar()->CommandAction(kCommandPause);
     ASSERT_NE(pause, nullptr);
     ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
     ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() > 0; }));
