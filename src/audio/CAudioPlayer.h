@@ -9,6 +9,10 @@
 //   queues them and obeys commands posted through m_nCommand + m_hCommand.
 // - The wave device's thread runs WaveOutProc: it counts the block back, updates the position and
 //   copies the block now sounding into m_pSamples. It calls no device function.
+// - The visualization's render thread reads m_bPlaying, m_bPaused, m_hDecodeThread and m_pSamples;
+//   the two pointers are published atomically. The bytes of the snapshot are copied and read without
+//   a lock on purpose: a frame drawn from a block half replaced is harmless, a lock on the device's
+//   thread is not.
 // - m_csLock guards m_nFreeBlocks, m_qwPosition and m_dwPositionSeconds and is held only for those
 //   updates, never around device calls or copies. Flags read across threads are atomics.
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
@@ -22,6 +26,7 @@
 #include "audio/WaitableEvent.h"
 #include "audio/WaveOut.h"
 #include "audio/WaveTypes.h"
+#include "platform/AtomicHandle.h"
 #include "platform/HResult.h"
 #include "tunivox_export.h"
 
@@ -70,7 +75,7 @@ public:
 
     QString m_strAppPath;
     QString m_strTempPath;
-    BYTE* m_pSamples = nullptr;
+    AtomicHandle<BYTE> m_pSamples;  // read by the render thread
     BYTE* m_pBlocks = nullptr;
     LONG m_nFreeBlocks = 0;
     std::mutex m_csLock;
@@ -85,7 +90,7 @@ public:
     std::atomic<DWORD> m_dwPositionSeconds{0};
     DWORD m_dwDurationSeconds = 0;
     std::atomic<HRESULT> m_hrThread{0};
-    CDecodeThread* m_hDecodeThread = nullptr;
+    AtomicHandle<CDecodeThread> m_hDecodeThread;  // read by the render thread
     BOOL m_bOpened = FALSE;
     std::atomic<BOOL> m_bPlaying{FALSE};
     std::atomic<BOOL> m_bPaused{FALSE};

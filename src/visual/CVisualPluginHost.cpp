@@ -102,7 +102,7 @@ void CVisualPluginHost::Render(const VisualFrameInfo& info)
     const bool bPlaying = pPlayer && pPlayer->m_bPlaying && pPlayer->m_hDecodeThread;
     pModule->bPlaying = bPlaying ? 1 : 0;
     pModule->bPaused = bPlaying && pPlayer->m_bPaused ? 1 : 0;
-    pModule->pSamples = pPlayer ? reinterpret_cast<const int16_t*>(pPlayer->m_pSamples) : nullptr;
+    pModule->pSamples = pPlayer ? reinterpret_cast<const int16_t*>(pPlayer->m_pSamples.get()) : nullptr;
     pModule->fTotalSeconds = info.fTotalSeconds;
     pModule->fFrameSeconds = info.fFrameSeconds;
     pModule->fFPS = info.fShownFPS;

@@ -223,7 +223,7 @@ TEST_F(PluginHostTest, PerFrameFieldsFollowThePlayingEngine)
     ASSERT_TRUE(WaitEvents([](const auto& e) { return e.back().module.bPlaying == 1 && e.back().module.fFPS > 0; }));
     tMP3VisModule playing = last();
     EXPECT_EQ(playing.bPaused, 0);
-    EXPECT_EQ(playing.pSamples, reinterpret_cast<const int16_t*>(player.m_pSamples));
+    EXPECT_EQ(playing.pSamples, reinterpret_cast<const int16_t*>(player.m_pSamples.get()));
     EXPECT_GT(playing.fFrameSeconds, 0.0f);
     EXPECT_LT(playing.fFrameSeconds, 0.5f);
     EXPECT_GT(playing.fFPS, 5.0f);
