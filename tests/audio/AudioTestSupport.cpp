@@ -1,26 +1,24 @@
 #include "AudioTestSupport.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QThread>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
 
+#include "support/ProgramRun.h"
 #include "support/TestFolders.h"
 
 namespace tunivox::test {
 
 QByteArray ReferencePcm(const QString& path)
 {
-    QProcess ffmpeg;
-    ffmpeg.start(QStringLiteral("ffmpeg"), {QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
-                                            QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("s16le"),
-                                            QStringLiteral("-ar"), QStringLiteral("44100"), QStringLiteral("-ac"),
-                                            QStringLiteral("2"), QStringLiteral("-")});
-    if (!ffmpeg.waitForFinished(60000) || ffmpeg.exitCode() != 0)
-        return {};
-    return ffmpeg.readAllStandardOutput();
+    const ProgramResult ffmpeg = RunProgram(
+        QStringLiteral("ffmpeg"), {QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
+                                   QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("s16le"),
+                                   QStringLiteral("-ar"), QStringLiteral("44100"), QStringLiteral("-ac"),
+                                   QStringLiteral("2"), QStringLiteral("-")});
+    return ffmpeg.bFinished && ffmpeg.nExitCode == 0 ? ffmpeg.output : QByteArray();
 }
 
 ScopedNullDevice::ScopedNullDevice(double speed, long dieAfterBlocks, MMRESULT openResult)

@@ -1,9 +1,9 @@
 // tunivox-play as a user runs it: exact capture, error report format and exit codes.
 #include <QFile>
-#include <QProcess>
 #include <gtest/gtest.h>
 
 #include "AudioTestSupport.h"
+#include "support/ProgramRun.h"
 #include "support/TestFolders.h"
 
 using namespace tunivox::test;
@@ -19,11 +19,9 @@ struct ToolRun
 
 ToolRun PlayTool(const QStringList& arguments)
 {
-    QProcess tool;
-    tool.start(QStringLiteral(TUNIVOX_BINARY_DIR "/bin/tunivox-play"), arguments);
-    EXPECT_TRUE(tool.waitForFinished(30000));
-    return {tool.exitCode(), QString::fromUtf8(tool.readAllStandardError()),
-            QString::fromUtf8(tool.readAllStandardOutput())};
+    const ProgramResult tool = RunProgram(QStringLiteral(TUNIVOX_BINARY_DIR "/bin/tunivox-play"), arguments, 30000);
+    EXPECT_TRUE(tool.bFinished);
+    return {tool.nExitCode, QString::fromUtf8(tool.errors), QString::fromUtf8(tool.output)};
 }
 
 TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)

@@ -1,6 +1,5 @@
 // Handing the playlist to the external player: the list file, finding and ending processes by name.
 #include <QFile>
-#include <QProcess>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
