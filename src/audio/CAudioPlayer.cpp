@@ -469,9 +469,12 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
     const auto* header = reinterpret_cast<const WAVEHDR*>(param1);
     const auto* headers = reinterpret_cast<const WAVEHDR*>(self->m_pBlocks);
     const WAVEHDR* next;
+    bool nextQueued;
     {
         std::lock_guard<std::mutex> guard(self->m_csLock);
-        ++self->m_nFreeBlocks;
+        // Blocks sound in ring order, so while any block is still queued the next one is; when none
+        // is, the decoding thread may be filling it and the snapshot keeps the block heard last.
+        nextQueued = ++self->m_nFreeBlocks < self->m_nBlockCount;
         QWORD time;
         std::memcpy(&time, header->lpData + self->m_dwBlockSize, sizeof(time));
         const QWORD position =
@@ -480,7 +483,7 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
         self->m_dwPositionSeconds.store(static_cast<DWORD>(position / kUnitsPerSecond), std::memory_order_relaxed);
         next = header == &headers[self->m_nBlockCount - 1] ? &headers[0] : header + 1;
     }
-    if (self->m_pSamples)
+    if (nextQueued && self->m_pSamples)
         std::memcpy(self->m_pSamples, next->lpData, self->m_dwBlockSize);
     self->m_hBlockDone->Set();
 }
