@@ -145,19 +145,6 @@ TEST(EngineStates, PlayWhilePausedSeeksAndClearsPaused)
     EXPECT_EQ(player.Stop(), S_OK);
 }
 
-TEST(EngineStates, PauseAndResumeAfterTheEndStopTheThread)
-{
-    ScopedNullDevice device;
-    CAudioPlayer player;
-    InitAndOpen(player, FixturePath("short-44k-stereo.wav"));
-    PlayToEnd(player, device);
-    EXPECT_EQ(player.Pause(), S_OK);
-    EXPECT_EQ(player.m_hDecodeThread, nullptr);
-    PlayToEnd(player, device);
-    EXPECT_EQ(player.Resume(), S_OK);
-    EXPECT_EQ(player.m_hDecodeThread, nullptr);
-}
-
 TEST(EngineDevice, OpenFailureReportsTheDeviceCode)
 {
     for (MMRESULT code : {MMSYSERR_ALLOCATED, MMSYSERR_NODRIVER, WAVERR_BADFORMAT}) {
