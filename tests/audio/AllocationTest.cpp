@@ -48,12 +48,7 @@ namespace {
 
 TEST(EngineMemory, InitFailsCleanlyAtEveryAllocation)
 {
-    struct Case
-    {
-        int failAt;
-        HRESULT result;
-        const char* text;
-    };
+    struct Case { int failAt; HRESULT result; const char* text; };
     // In order: the sample copy, the two events, the reader and its state.
     for (const Case& c : {Case{0, S_OK, "Memory allocation failed"},
                           Case{1, HResultFromError(ENOMEM), "Could not create Event objects"},
@@ -88,21 +83,16 @@ TEST(EngineMemory, PlayWithoutMemoryAppendsToTheMessage)
     EXPECT_EQ(player.Stop(), S_OK);
 }
 
-// The null device at 4x, without capture (which grows its buffer), for the scope.
-class ScopedPlainNullDevice
+// The null device at 4x without its capture, which grows a buffer as it goes.
+class ScopedPlainNullDevice : public ScopedNullDevice
 {
 public:
-    ScopedPlainNullDevice() : m_previous(GetWaveMapper())
+    ScopedPlainNullDevice() : ScopedNullDevice(4.0)
     {
-        WaveMapperOptions options;
-        options.eBackend = WaveBackend::Null;
-        options.null.dSpeed = 4.0;
+        WaveMapperOptions options = GetWaveMapper();
+        options.null.pCapture.reset();
         SetWaveMapper(options);
     }
-    ~ScopedPlainNullDevice() { SetWaveMapper(m_previous); }
-
-private:
-    WaveMapperOptions m_previous;
 };
 
 TEST(EngineMemory, SteadyPlaybackAllocatesNothing)

@@ -50,12 +50,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(EngineOpen, FindsTheFirstAudioOutputAndTheDuration)
 {
-    struct Case
-    {
-        const char* file;
-        DWORD output;
-        double seconds;
-    };
+    struct Case { const char* file; DWORD output; double seconds; };
     for (const Case& c : {Case{"video-audio-second.mp4", 1, 2.0}, Case{"tone-44k-stereo.mp3", 0, 3.03},
                           Case{"melody-48k-mono.flac", 0, 5.0}}) {
         CAudioPlayer player;
@@ -73,12 +68,7 @@ TEST(EngineOpen, FindsTheFirstAudioOutputAndTheDuration)
 // Starting at a position: lossless files land on the exact sample, lossy ones within one block.
 TEST(EngineSeek, PlayFromAPositionStartsThere)
 {
-    struct Case
-    {
-        const char* file;
-        double seconds;
-        bool exact;
-    };
+    struct Case { const char* file; double seconds; bool exact; };
     for (const Case& c : {Case{"melody-44k-stereo.wav", 1.5, true}, Case{"chord-44k-stereo.flac", 2.25, true},
                           Case{"tone-48k-mono.wav", 1.0, false}, Case{"long-44k-stereo.mp3", 7.3, false},
                           Case{"melody-44k-stereo.m4a", 2.0, false}}) {

@@ -12,7 +12,7 @@ using namespace tunivox::test;
 
 namespace {
 
-TEST(EngineCalls, WithoutInitEverythingIsUnexpected)
+TEST(EngineCalls, OutOfOrderCallsGiveTheirCodesAndTexts)
 {
     CAudioPlayer player;
     EXPECT_EQ(player.Open(FixturePath("tone-44k-stereo.mp3").toUtf8().constData()), E_UNEXPECTED);
@@ -23,18 +23,10 @@ TEST(EngineCalls, WithoutInitEverythingIsUnexpected)
     EXPECT_EQ(player.Open(nullptr), E_INVALIDARG);
     EXPECT_EQ(player.Release(), S_OK);
     EXPECT_EQ(player.Release(), S_OK);
-}
 
-TEST(EngineCalls, NothingPlayingGivesTheTextsAndCodes)
-{
-    CAudioPlayer player;
+    // Initialized, nothing open.
     ASSERT_EQ(player.Init(), S_OK);
-    struct Case
-    {
-        HRESULT (CAudioPlayer::*call)();
-        HRESULT result;
-        const char* text;
-    };
+    struct Case { HRESULT (CAudioPlayer::*call)(); HRESULT result; const char* text; };
     for (const Case& c : {Case{&CAudioPlayer::Pause, E_UNEXPECTED, "Can't pause - nothing playing."},
                           Case{&CAudioPlayer::Resume, E_UNEXPECTED, "Can't resume - nothing playing."},
                           Case{&CAudioPlayer::Stop, S_OK, ""}}) {
@@ -46,13 +38,7 @@ TEST(EngineCalls, NothingPlayingGivesTheTextsAndCodes)
     EXPECT_STREQ(player.m_szError, "Could not Start playing - the file is not opened");
 }
 
-struct OpenFailure
-{
-    const char* name;
-    QByteArray path; // absolute
-    bool withFolders;
-    const char* text;
-};
+struct OpenFailure { const char* name; QByteArray path; bool withFolders; const char* text; };
 
 TEST(EngineOpen, UnplayableFilesFailCleanly)
 {
@@ -115,31 +101,28 @@ TEST(EngineOpen, ReopeningReplacesTheFileAndStopsPlayback)
     EXPECT_EQ(player.Play(0), E_UNEXPECTED);
 }
 
-TEST(EngineStates, StartPastTheEndPlaysNothingAndEnds)
-{
-    ScopedNullDevice device;
-    CAudioPlayer player;
-    InitAndOpen(player, FixturePath("tone-44k-stereo.mp3"));
-    EXPECT_TRUE(PlayToEnd(player, device, player.m_qwDuration + 50000000).isEmpty());
-    EXPECT_LT(player.m_hrThread, 0);
-    EXPECT_NE(player.m_hDecodeThread, nullptr);
-    EXPECT_EQ(player.Stop(), S_OK);
-    EXPECT_EQ(player.m_hDecodeThread, nullptr);
-}
-
-TEST(EngineStates, PlayAfterTheThreadEndedPlaysAgain)
+// An ended thread is kept until the next call: Play starts the song again, Pause, Resume and Stop
+// end the thread.
+TEST(EngineStates, AfterTheEndPlayPlaysAgainAndOtherCallsEndTheThread)
 {
     ScopedNullDevice device;
     CAudioPlayer player;
     InitAndOpen(player, FixturePath("short-44k-stereo.wav"));
+    EXPECT_TRUE(PlayToEnd(player, device, player.m_qwDuration + 50000000).isEmpty()) << "a start past the end";
+    EXPECT_LT(player.m_hrThread, 0);
     const QByteArray first = PlayToEnd(player, device);
     ASSERT_FALSE(first.isEmpty());
     ASSERT_NE(player.m_hDecodeThread, nullptr);
-    const QByteArray second = PlayToEnd(player, device);
-    EXPECT_TRUE(first == second);
-    EXPECT_EQ(player.Stop(), S_OK);
+    EXPECT_TRUE(PlayToEnd(player, device) == first);
+    EXPECT_EQ(player.Pause(), S_OK);
+    EXPECT_EQ(player.m_hDecodeThread, nullptr);
+    PlayToEnd(player, device);
+    EXPECT_EQ(player.Resume(), S_OK);
+    EXPECT_EQ(player.m_hDecodeThread, nullptr);
+    PlayToEnd(player, device);
     EXPECT_EQ(player.Stop(), S_OK);
     EXPECT_EQ(player.m_hDecodeThread, nullptr);
+    EXPECT_EQ(player.Stop(), S_OK);
 }
 
 TEST(EngineStates, PlayWhilePausedSeeksAndClearsPaused)
@@ -160,19 +143,6 @@ TEST(EngineStates, PlayWhilePausedSeeksAndClearsPaused)
     }, 3000));
     EXPECT_TRUE(player.m_bPlaying);
     EXPECT_EQ(player.Stop(), S_OK);
-}
-
-TEST(EngineStates, PauseAndResumeAfterTheEndStopTheThread)
-{
-    ScopedNullDevice device;
-    CAudioPlayer player;
-    InitAndOpen(player, FixturePath("short-44k-stereo.wav"));
-    PlayToEnd(player, device);
-    EXPECT_EQ(player.Pause(), S_OK);
-    EXPECT_EQ(player.m_hDecodeThread, nullptr);
-    PlayToEnd(player, device);
-    EXPECT_EQ(player.Resume(), S_OK);
-    EXPECT_EQ(player.m_hDecodeThread, nullptr);
 }
 
 TEST(EngineDevice, OpenFailureReportsTheDeviceCode)

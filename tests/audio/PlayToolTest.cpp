@@ -10,12 +10,7 @@ using namespace tunivox::test;
 
 namespace {
 
-struct ToolRun
-{
-    int exitCode;
-    QString errors;
-    QString output;
-};
+struct ToolRun { int exitCode; QString errors, output; };
 
 ToolRun PlayTool(const QStringList& arguments)
 {
@@ -48,11 +43,7 @@ TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)
 TEST(PlayTool, NamesEachUnplayableFileWithAReason)
 {
     ScopedTempFolder folder;
-    const struct
-    {
-        QString path;
-        const char* reason;
-    } rows[] = {
+    const struct { QString path; const char* reason; } rows[] = {
         {folder.FilePath(QStringLiteral("missing.mp3")), "no such file"},
         {folder.Path(), "is a folder"},
         {folder.WriteFile(QStringLiteral("garbage $(x); 'q'.mp3"), QByteArray(4000, '\x5a')), ""},

@@ -217,14 +217,7 @@ TEST_F(DragListBox, KeyTableReachesTheVirtualOperations)
 TEST_F(DragListBox, DeleteRemovesSelectedItemsHereAndInTheHostArrays)
 {
     using Mode = QAbstractItemView::SelectionMode;
-    struct Case
-    {
-        Mode mode;
-        int count;
-        std::vector<int> selected, removed;
-        std::vector<QString> texts;
-        int selectedAfter;
-    };
+    struct Case { Mode mode; int count; std::vector<int> selected, removed; std::vector<QString> texts; int selectedAfter; };
     const Case cases[] = {
         {Mode::SingleSelection, 4, {1}, {1}, {"1. Song 0", "2. Song 2", "3. Song 3"}, 1},
         {Mode::ExtendedSelection, 5, {0, 2, 3}, {3, 2, 0}, {"1. Song 1", "2. Song 4"}, 0},

@@ -60,18 +60,18 @@ TEST(Folders, ApplicationFolderIsTheExecutablesFolder)
     EXPECT_EQ(QDir(folder).canonicalPath(), QDir(QStringLiteral(TUNIVOX_BINARY_DIR "/bin")).canonicalPath());
 }
 
-TEST(Folders, PrivateTempFolderIsMadePrivate)
+static unsigned Mode(const QString& path)
 {
-    ScopedUserFolders scope;
-    const QString folder = PrivateTempFolder();
-    ASSERT_EQ(folder, scope.TempFolder());
     struct stat st {};
-    ASSERT_EQ(::lstat(QFile::encodeName(folder).constData(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0700u);
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 ? st.st_mode & 0777 : ~0u;
 }
 
-TEST(Folders, PrivateFolderRejectsSymlinksAndTightensModes)
+TEST(Folders, PrivateFoldersAreMadePrivateAndNeverSymlinks)
 {
+    ScopedUserFolders scope;
+    ASSERT_EQ(PrivateTempFolder(), scope.TempFolder());
+    EXPECT_EQ(Mode(scope.TempFolder()), 0700u);
+
     ScopedTempFolder temp;
     const QString target = temp.FilePath(QStringLiteral("target"));
     QDir().mkpath(target);
@@ -83,11 +83,8 @@ TEST(Folders, PrivateFolderRejectsSymlinksAndTightensModes)
     QDir().mkpath(open);
     ::chmod(QFile::encodeName(open).constData(), 0777);
     EXPECT_TRUE(EnsurePrivateFolder(open));
-    struct stat st {};
-    ::lstat(QFile::encodeName(open).constData(), &st);
-    EXPECT_EQ(st.st_mode & 0777, 0700u);
+    EXPECT_EQ(Mode(open), 0700u);
 
-    const QString file = temp.WriteFile(QStringLiteral("plain"), "x");
-    EXPECT_FALSE(EnsurePrivateFolder(file));
+    EXPECT_FALSE(EnsurePrivateFolder(temp.WriteFile(QStringLiteral("plain"), "x")));
     EXPECT_FALSE(EnsurePrivateFolder(QString()));
 }

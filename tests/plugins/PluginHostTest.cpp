@@ -138,12 +138,7 @@ TEST_F(PluginHostTest, FailuresLeaveNothingLoaded)
     EXPECT_EQ(CountPluginEvents("Init"), 0) << "module index beyond the modules";
     EXPECT_FALSE(IsLibraryLoaded(plugins.FilePath("tp_recorder.so")));
 
-    struct Case
-    {
-        const char* file;
-        int module;
-        std::vector<std::string> calls;
-    };
+    struct Case { const char* file; int module; std::vector<std::string> calls; };
     const Case cases[] = {
         {"tp_recorder.so", 1, {"Init", "Quit"}}, // Init fails
         {"tp_nullheader.so", 0, {}},

@@ -45,7 +45,6 @@ ScopedUserFolders::~ScopedUserFolders()
 QString ScopedUserFolders::ConfigFolder() const { return m_root.FilePath(QStringLiteral("config")) + QLatin1Char('/'); }
 QString ScopedUserFolders::TempFolder() const { return m_root.FilePath(QStringLiteral("tmp")) + QLatin1Char('/'); }
 
-QString FixtureFolder() { return QStringLiteral(TUNIVOX_FIXTURE_DIR) + QLatin1Char('/'); }
-QString FixturePath(const QString& name) { return FixtureFolder() + name; }
+QString FixturePath(const QString& name) { return QStringLiteral(TUNIVOX_FIXTURE_DIR "/") + name; }
 
 } // namespace tunivox::test

@@ -39,6 +39,5 @@ private:
 
 // Path of a generated media fixture, e.g. FixturePath("tone-44k-stereo.mp3").
 QString FixturePath(const QString& name);
-QString FixtureFolder();
 
 } // namespace tunivox::test

@@ -93,13 +93,7 @@ TEST(CRegistryTest, TypedValuesRoundTripThroughTheUserStore)
     EXPECT_EQ(text, QStringLiteral("Tunivox ü"));
     EXPECT_FALSE(CRegistry::GetDWORD(value, &dw)) << "a string is no DWORD";
 
-    const QString inner = QString::fromLatin1(kKey) + QStringLiteral("\\MP3PlayerInternal");
-    EXPECT_TRUE(CRegistry().WriteDWORD((inner + QStringLiteral("\\Spectrola")).toUtf8().constData(), "Mode", &one));
-    EXPECT_TRUE(CRegistry().WriteDWORD(inner.toUtf8().constData(), "WindowTop", &one));
-    EXPECT_TRUE(CRegistry().WriteDWORD(inner.toUtf8().constData(), "ArtTransparency", &one));
-
     const QByteArray file = StoreText();
-    EXPECT_EQ(file.count("[Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal]"), 1) << file.constData();
     EXPECT_TRUE(file.contains("[Software\\Tunivox\\TunivoxDesk]")) << file.constData();
     EXPECT_TRUE(file.contains("\"InternalIsVisual\"=dword:00000001")) << file.constData();
 }

@@ -58,15 +58,10 @@ TEST(VisualSettingsLoad, MissingValuesKeepDefaultsAndBadOnesAreSkipped)
     EXPECT_EQ(s.m_nSlideShowTimeout, 2000);
     EXPECT_EQ(s.m_nArtTransparency, 125);
     EXPECT_EQ(s.m_bShowFPS, 1);
-}
 
-TEST(VisualSettingsLoad, LongFontNameIsCutTo32)
-{
-    ScopedUserFolders folders;
     Put("LyrFontName", TypedValue::FromString(QString(40, QLatin1Char('F'))));
-    VisualSettings s;
     LoadVisualSettings(CTypedSettings(), kKey, s);
-    EXPECT_EQ(s.m_strFontName, QString(32, QLatin1Char('F')));
+    EXPECT_EQ(s.m_strFontName, QString(32, QLatin1Char('F'))) << "a long name is cut to 32";
 }
 
 TEST(VisualSettingsLoad, PlacementDefaultsMinimumAndRoundTrip)
@@ -109,20 +104,9 @@ TEST(VisualSettingsCompare, EqualityRules)
 
 TEST(OptionsDialog, ShowsTheSettingsThroughItsConversions)
 {
-    struct Case
-    {
-        int artTransparency;
-        ARGBCOLOR box;
-        int speed;
-        int slideShow;
-        int artPos;
-        QString artLabel;
-        int boxPos;
-        QString boxLabel;
-        int speedPos;
-        int slidePos;
-        QString slideLabel;
-    };
+    // Stored values, then what the dialog shows: slider positions and labels.
+    struct Case { int artTransparency; ARGBCOLOR box; int speed, slideShow, artPos; QString artLabel;
+                  int boxPos; QString boxLabel; int speedPos, slidePos; QString slideLabel; };
     const Case cases[] = {
         {125, 0x14000000, 12, 2500, 130, "50%", 235, "92%", 2, 2, "2 sec."},
         {255, 0xFF000000, 50, 15000, 0, "0%", 0, "0%", 10, 15, "15 sec."},
