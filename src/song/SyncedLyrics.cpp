@@ -5,25 +5,16 @@
 
 namespace {
 
-// "[mm:ss]" with an optional fraction of one to three digits after '.' or ':'.
-const QRegularExpression& TimeTag()
+// "[mm:ss]" with an optional fraction of one to three digits after '.' or ':'. The expressions are
+// made per call: the render thread parses too, and they are not shared between threads.
+struct LrcExpressions
 {
-    static const QRegularExpression re(QStringLiteral("^\\[(\\d{1,4}):([0-5]?\\d)(?:[.:](\\d{1,3}))?\\]"));
-    return re;
-}
-
-const QRegularExpression& OffsetTag()
-{
-    static const QRegularExpression re(QStringLiteral("^\\[offset:\\s*([+-]?\\d{1,7})\\s*\\]"),
-                                       QRegularExpression::CaseInsensitiveOption);
-    return re;
-}
-
-const QRegularExpression& WordTime()
-{
-    static const QRegularExpression re(QStringLiteral("<\\d{1,4}:\\d{1,2}(?:[.:]\\d{1,3})?>"));
-    return re;
-}
+    QRegularExpression timeTag{QStringLiteral("^\\[(\\d{1,4}):([0-5]?\\d)(?:[.:](\\d{1,3}))?\\]")};
+    QRegularExpression offsetTag{QStringLiteral("^\\[offset:\\s*([+-]?\\d{1,7})\\s*\\]"),
+                                 QRegularExpression::CaseInsensitiveOption};
+    QRegularExpression wordTime{QStringLiteral("<\\d{1,4}:\\d{1,2}(?:[.:]\\d{1,3})?>")};
+    QRegularExpression lineBreak{QStringLiteral("\\r\\n|\\r|\\n")};
+};
 
 qint64 TimeOf(const QRegularExpressionMatch& m)
 {
@@ -44,25 +35,26 @@ void SortByTime(CSyncedLyrics& lines)
 
 CSyncedLyrics ParseLrcLyrics(const QString& text)
 {
+    const LrcExpressions re;
     CSyncedLyrics lines;
     qint64 offset = 0;
-    const QStringList rows = text.split(QRegularExpression(QStringLiteral("\\r\\n|\\r|\\n")));
+    const QStringList rows = text.split(re.lineBreak);
     for (QString row : rows) {
         row = row.trimmed();
         if (row.startsWith(QChar(0xFEFF)))
             row.remove(0, 1);
-        if (const auto m = OffsetTag().match(row); m.hasMatch()) {
+        if (const auto m = re.offsetTag.match(row); m.hasMatch()) {
             offset = m.captured(1).toLongLong();
             continue;
         }
         QVector<qint64> times;
-        for (auto m = TimeTag().match(row); m.hasMatch(); m = TimeTag().match(row)) {
+        for (auto m = re.timeTag.match(row); m.hasMatch(); m = re.timeTag.match(row)) {
             times.append(TimeOf(m));
             row = row.mid(m.capturedLength()).trimmed();
         }
         if (times.isEmpty())
             continue;
-        const QString line = row.remove(WordTime()).simplified();
+        const QString line = row.remove(re.wordTime).simplified();
         for (qint64 time : times)
             lines.append({time, line});
     }
