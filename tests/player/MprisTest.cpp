@@ -182,6 +182,12 @@ TEST_F(MprisTest, MetadataFollowsTheSongAndChangesAreAnnounced)
     EXPECT_TRUE(seen.contains("'LoopStatus': <'Playlist'>")) << seen.constData();
     EXPECT_TRUE(seen.contains("Title of melody-44k-stereo")) << seen.constData();
     EXPECT_FALSE(QFileInfo::exists(cover)) << "the previous song's cover copy is removed";
+
+    // While nothing changes, nothing is announced.
+    WaitUntil([&] { return false; }, 700);
+    monitor.readAllStandardOutput();
+    WaitUntil([&] { return false; }, 1000);
+    EXPECT_FALSE(monitor.readAllStandardOutput().contains("PropertiesChanged"));
     monitor.kill();
     monitor.waitForFinished(2000);
 }
