@@ -24,6 +24,9 @@
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/CMediaPlayerToolbar.h"
+#include "player/MprisService.h"
+#include "platform/TypedSettings.h"
+#include "visual/CRegistry.h"
 #include "song/CId3Tag.h"
 
 namespace {
@@ -48,6 +51,15 @@ QToolButton { border-radius: 4px; padding: 3px 6px; }
 QToolButton:checked { background: #dce8fb; }
 QToolButton:hover { background: #e9eef6; }
 )";
+
+// The visualization follows time-stamped lyrics unless the user switched that off in its options.
+void SwitchOnSyncedLyrics()
+{
+    CTypedSettings store;
+    const QString key = QString::fromLatin1(REGISTRY_PLAYER_SUBKEY);
+    if (store.IsUsable() && !store.Value(key, QStringLiteral("SyncLyrics")))
+        store.SetValue(key, QStringLiteral("SyncLyrics"), TypedValue::FromDWORD(1));
+}
 
 } // namespace
 
@@ -108,6 +120,15 @@ DemoWindow::DemoWindow()
                 m_elapsed->setText(elapsed);
                 m_total->setText(total.isEmpty() ? QStringLiteral("00:00") : total);
             });
+    // Media keys and the desktop's media controls (MPRIS); repeat and shuffle set there show here.
+    QString mprisError;
+    if (MprisService* mpris = MprisService::Attach(m_player, QString(), &mprisError)) {
+        connect(mpris, &MprisService::repeatChanged, m_repeat, &QToolButton::setChecked);
+        connect(mpris, &MprisService::shuffleChanged, m_shuffle, &QToolButton::setChecked);
+    } else {
+        statusBar()->showMessage(tr("No media keys: %1").arg(mprisError), 8000);
+    }
+    SwitchOnSyncedLyrics();
     resize(1000, 620);
 }
 
