@@ -1,10 +1,7 @@
-// Following the sung line: gliding to it, resting while paused by a click, and the arrows; the
-// setting that switches it on.
+// Following the sung line: gliding to it, resting while paused by a click, and the arrows.
 #include <gtest/gtest.h>
 
-#include "support/TestFolders.h"
 #include "visual/VisualLayout.h"
-#include "visual/VisualSettings.h"
 
 TEST(SyncedLyricsScroll, GlidesToTheLineRestsWhenPausedAndObeysTheArrows)
 {
@@ -35,20 +32,4 @@ TEST(SyncedLyricsScroll, GlidesToTheLineRestsWhenPausedAndObeysTheArrows)
         EXPECT_EQ(state.nScrollSpeed, c.nSpeed) << c.pszName << ": never turns";
     }
     EXPECT_FLOAT_EQ(SyncedLyricsTarget(500, 40, 300), 370.0f) << "the line's middle in the box's middle";
-}
-
-TEST(SyncedLyricsSetting, OffUnlessStoredAndKeptWithTheOtherSettings)
-{
-    tunivox::test::ScopedUserFolders folders;
-    const QString key = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
-    VisualSettings loaded;
-    LoadVisualSettings(CTypedSettings(), key, loaded);
-    EXPECT_EQ(loaded.m_bSyncLyrics, 0);
-    VisualSettings on;
-    on.m_bSyncLyrics = 1;
-    EXPECT_NE(on, VisualSettings()) << "a changed check box counts as a change in the options dialog";
-    CTypedSettings store;
-    ASSERT_TRUE(SaveVisualSettings(store, key, on));
-    LoadVisualSettings(CTypedSettings(), key, loaded);
-    EXPECT_EQ(loaded.m_bSyncLyrics, 1);
 }
