@@ -25,6 +25,9 @@
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/CMediaPlayerToolbar.h"
+#include "player/MprisService.h"
+#include "platform/TypedSettings.h"
+#include "visual/CRegistry.h"
 #include "song/CId3Tag.h"
 
 namespace {
@@ -50,6 +53,15 @@ QToolButton:checked { background: #dce8fb; }
 QToolButton:hover { background: #e9eef6; }
 #qt_toolbar_ext_button { padding: 0px; }
 )";
+
+// The visualization follows time-stamped lyrics unless the user switched that off in its options.
+void SwitchOnSyncedLyrics()
+{
+    CTypedSettings store;
+    const QString key = QString::fromLatin1(REGISTRY_PLAYER_SUBKEY);
+    if (store.IsUsable() && !store.Value(key, QStringLiteral("SyncLyrics")))
+        store.SetValue(key, QStringLiteral("SyncLyrics"), TypedValue::FromDWORD(1));
+}
 
 } // namespace
 
@@ -119,6 +131,15 @@ DemoWindow::DemoWindow()
                 m_elapsed->setText(elapsed);
                 m_total->setText(total.isEmpty() ? QStringLiteral("00:00") : total);
             });
+    // Media keys and the desktop's media controls (MPRIS); repeat and shuffle set there show here.
+    QString mprisError;
+    if (MprisService* mpris = MprisService::Attach(m_player, QString(), &mprisError)) {
+        connect(mpris, &MprisService::repeatChanged, m_repeat, &QToolButton::setChecked);
+        connect(mpris, &MprisService::shuffleChanged, m_shuffle, &QToolButton::setChecked);
+    } else {
+        statusBar()->showMessage(tr("No media keys: %1").arg(mprisError), 8000);
+    }
+    SwitchOnSyncedLyrics();
     resize(1000, 620);
 }
 

@@ -550,7 +550,7 @@ void CAudioPlayer::DecodeThread()
 
     {
         std::lock_guard<std::mutex> guard(m_csLock);
-        m_qwPosition = m_qwStartTime;
+        m_qwPosition = m_qwStartTime.load();
         m_nFreeBlocks = m_nBlockCount;
     }
     m_nCurrentBlock = 0;

@@ -14,7 +14,8 @@
 //   a lock on purpose: a frame drawn from a block half replaced is harmless, a lock on the device's
 //   thread is not.
 // - m_csLock guards m_nFreeBlocks, m_qwPosition and m_dwPositionSeconds and is held only for those
-//   updates, never around device calls or copies. Flags read across threads are atomics.
+//   updates, never around device calls or copies. Flags read across threads are atomics, and so is
+//   m_qwPosition, so that PeekCurrentTime reads it without the lock.
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
@@ -70,6 +71,9 @@ public:
     HRESULT Stop();
 
     QWORD GetCurrentTime();
+    // The position without taking m_csLock, for threads that must never wait on the audio path (the
+    // visualization's render thread); any thread.
+    QWORD PeekCurrentTime() const { return m_qwPosition.load(std::memory_order_relaxed); }
     DWORD GetCurrentSeconds() const;
     DWORD GetDurationSeconds() const;
 
@@ -86,7 +90,7 @@ public:
     CWaitableEvent* m_hCommand = nullptr;
     std::atomic<int> m_nCommand{0};
     std::atomic<QWORD> m_qwStartTime{0};
-    QWORD m_qwPosition = 0;
+    std::atomic<QWORD> m_qwPosition{0};
     std::atomic<DWORD> m_dwPositionSeconds{0};
     DWORD m_dwDurationSeconds = 0;
     std::atomic<HRESULT> m_hrThread{0};

@@ -139,6 +139,11 @@ public:
     CStringArray* GetBackgrounds() override;
     void SetLyrics(const char* lyrics);
     const char* GetLyrics() override;
+    // Time-stamped lyrics of the playing song, handed over with the lyrics (change bit 2); the
+    // visualization follows them when its "synchronised lyrics" setting is on. GetMp3TagInfo sets
+    // them from the song (ReadSyncedLyrics); a host may set its own after it.
+    void SetSyncedLyrics(const CSyncedLyrics& lines);
+    CSyncedLyrics GetSyncedLyrics() override;
     void SetMP3VisualTitle(const char* title);
     const char* GetMP3VisualTitle() override;
     std::timed_mutex& GetChangeMutex() override { return m_hChangeMutex; }
@@ -298,6 +303,7 @@ public:
     QString m_strRegSubKey;
     QString m_strVisualTitle;
     QString m_strLyrics;
+    CSyncedLyrics m_syncedLyrics;
     CStringArray m_arrArts;
     CStringArray m_arrBackgrounds;
     CMediaPlayerWnd* m_PlayerWnd = nullptr;   // cleared by the window when it goes first

@@ -41,6 +41,14 @@ void CMediaPlayerCtrl::SetLyrics(const char* lyrics)
     });
 }
 
+void CMediaPlayerCtrl::SetSyncedLyrics(const CSyncedLyrics& lines)
+{
+    UnderChangeMutex(m_hChangeMutex, [&] {
+        m_syncedLyrics = lines;
+        m_dwChange |= VISUAL_CHANGE_LYRICS;
+    });
+}
+
 void CMediaPlayerCtrl::SetArts(CStringArray* arts)
 {
     UnderChangeMutex(m_hChangeMutex, [&] {
@@ -75,6 +83,8 @@ const char* CMediaPlayerCtrl::GetLyrics()
     m_utf8Lyrics = m_strLyrics.toUtf8();
     return m_utf8Lyrics.constData();
 }
+
+CSyncedLyrics CMediaPlayerCtrl::GetSyncedLyrics() { return m_syncedLyrics; }
 
 CStringArray* CMediaPlayerCtrl::GetArts() { return &m_arrArts; }
 CStringArray* CMediaPlayerCtrl::GetBackgrounds() { return &m_arrBackgrounds; }

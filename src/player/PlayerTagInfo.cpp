@@ -8,6 +8,7 @@
 #include "platform/MsvcRand.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "song/CId3Tag.h"
+#include "song/SyncedLyrics.h"
 
 int CMediaPlayerCtrl::GetMp3TagInfo(const QString& path)
 {
@@ -17,6 +18,7 @@ int CMediaPlayerCtrl::GetMp3TagInfo(const QString& path)
         CId3Tag tag;
         CStringArray arts;
         SetLyrics("");
+        SetSyncedLyrics({});
         SetArts(&arts);
         QString folder = m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder;
         if (!folder.isEmpty() && !EnsurePrivateFolder(folder))
@@ -39,6 +41,9 @@ int CMediaPlayerCtrl::GetMp3TagInfo(const QString& path)
         }
         if (!m_song.m_strLyrics.isEmpty())
             SetLyrics(m_song.m_strLyrics.toUtf8().constData());
+        const CSyncedLyrics synced = ReadSyncedLyrics(path, m_song.m_strLyrics);
+        if (!synced.isEmpty())
+            SetSyncedLyrics(synced);
     } catch (...) {
         // Tag reading never stops playback.
     }

@@ -92,6 +92,8 @@ COptionsDlg::COptionsDlg(QWidget* parent) : QDialog(parent)
     m_pBoxLabel = MakeLabel(IDC_BOX_LABEL, this);
     m_pShowFPS = new QCheckBox(QStringLiteral("Show FPS"), this);
     m_pShowFPS->setObjectName(IdName(IDC_SHOW_FPS));
+    m_pSyncLyrics = new QCheckBox(QStringLiteral("Synchronised lyrics (follow the song's time stamps)"), this);
+    m_pSyncLyrics->setObjectName(IdName(IDC_SYNC_LYRICS));
     auto* buttons = new QDialogButtonBox(this);
     buttons->addButton(QStringLiteral("&OK"), QDialogButtonBox::AcceptRole)->setObjectName(IdName(1));
     buttons->addButton(QStringLiteral("&Cancel"), QDialogButtonBox::RejectRole)->setObjectName(IdName(2));
@@ -118,6 +120,7 @@ COptionsDlg::COptionsDlg(QWidget* parent) : QDialog(parent)
     addRow(QStringLiteral("Arts transparency:"), m_pArt, m_pArtLabel);
     addRow(QStringLiteral("Lyrics box transparency:"), m_pBox, m_pBoxLabel);
     grid->addWidget(m_pShowFPS, row++, 0, 1, 3);
+    grid->addWidget(m_pSyncLyrics, row++, 0, 1, 3);
     grid->addWidget(buttons, row, 0, 1, 3);
 
     for (auto [slider, id] : {std::pair{m_pSlideShow, int(IDC_SLIDESHOW)}, std::pair{m_pSpeed, int(IDC_SPEED)},
@@ -175,6 +178,7 @@ void COptionsDlg::OnInitDialog()
     m_pFontColour->SetColour(ArgbToColorRef(m_settings.m_clrFont));
     m_pBoxColour->SetColour(ArgbToColorRef(m_settings.m_clrLyricsBox));
     m_pShowFPS->setChecked(m_settings.m_bShowFPS != 0);
+    m_pSyncLyrics->setChecked(m_settings.m_bSyncLyrics != 0);
     m_bFilling = false;
 }
 
@@ -270,5 +274,6 @@ void COptionsDlg::OnSizeTyped(const QString& text)
 void COptionsDlg::accept()
 {
     m_settings.m_bShowFPS = m_pShowFPS->isChecked() ? 1 : 0;
+    m_settings.m_bSyncLyrics = m_pSyncLyrics->isChecked() ? 1 : 0;
     QDialog::accept();
 }

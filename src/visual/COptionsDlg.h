@@ -26,7 +26,8 @@ public:
         IDC_BOX_TRANSPARENCY = 1000, IDC_SLIDESHOW = 1001, IDC_BOX_LABEL = 1002, IDC_SLIDESHOW_LABEL = 1003,
         IDC_SPEED = 1004, IDC_SPEED_LABEL = 1005, IDC_ART_TRANSPARENCY = 1006, IDC_ART_LABEL = 1007,
         IDC_SHOW_FPS = 1008, IDC_FONT_COLOUR = 1117, IDC_BOX_COLOUR = 1118, IDC_FONT_FACE = 2001,
-        IDC_FONT_SIZE = 2003
+        IDC_FONT_SIZE = 2003,
+        IDC_SYNC_LYRICS = 2010 // a check box of this library's own, after "Show FPS"
     };
 
     explicit COptionsDlg(QWidget* parent = nullptr);
@@ -68,6 +69,7 @@ private:
     QLabel* m_pArtLabel = nullptr;
     QLabel* m_pBoxLabel = nullptr;
     QCheckBox* m_pShowFPS = nullptr;
+    QCheckBox* m_pSyncLyrics = nullptr;
     QStringList m_arrFaces;
     QVector<int> m_arrSizes;
     bool m_bScalable = false;

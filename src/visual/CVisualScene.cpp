@@ -5,8 +5,10 @@
 #include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 #include <QOpenGLTexture>
+#include <algorithm>
 #include <array>
 
+#include "audio/CAudioPlayer.h"
 #include "visual/LyricsText.h"
 #include "visual/VisualImages.h"
 
@@ -157,9 +159,13 @@ void CVisualScene::SetTitle(const QString& title)
         m_titleSink(title);
 }
 
-void CVisualScene::SetLyrics(const QString& lyrics)
+void CVisualScene::SetLyrics(const QString& lyrics, const CSyncedLyrics& synced)
 {
     m_state.strLyrics = lyrics;
+    m_state.syncedLyrics = synced.isEmpty() ? ParseLrcLyrics(lyrics) : synced;
+    m_syncedLines.clear();
+    for (const SyncedLyricsLine& line : std::as_const(m_state.syncedLyrics))
+        m_syncedLines.append(line.strText);
     RebuildScene(VISUAL_FLAG_ART | VISUAL_FLAG_LYRICS);
 }
 
@@ -246,9 +252,14 @@ bool CVisualScene::ArtShown() const
     return (m_state.dwFlags & VISUAL_FLAG_ART) && !m_artImage.isNull();
 }
 
+bool CVisualScene::SyncedLyricsShown() const
+{
+    return m_state.settings.m_bSyncLyrics && !m_state.syncedLyrics.isEmpty();
+}
+
 bool CVisualScene::LyricsShown() const
 {
-    return (m_state.dwFlags & VISUAL_FLAG_LYRICS) && !m_state.strLyrics.isEmpty();
+    return (m_state.dwFlags & VISUAL_FLAG_LYRICS) && (!m_state.strLyrics.isEmpty() || SyncedLyricsShown());
 }
 
 void CVisualScene::RebuildScene(int nParts)
@@ -256,6 +267,7 @@ void CVisualScene::RebuildScene(int nParts)
     const VisualRect client{0, 0, m_state.clientSize.width(), m_state.clientSize.height()};
     m_state.bArtShown = ArtShown();
     m_state.bLyricsShown = LyricsShown();
+    m_state.bSyncedLyrics = m_state.bLyricsShown && SyncedLyricsShown();
     if ((nParts & VISUAL_FLAG_ART) && m_state.bArtShown)
         m_state.rcArt = ComputeArtRect(client, m_state.bLyricsShown, m_artImage.width(), m_artImage.height());
     if ((nParts & VISUAL_FLAG_LYRICS) && m_state.bLyricsShown) {
@@ -352,8 +364,52 @@ void CVisualScene::DrawQuad(const VisualRect& r, const VisualTexRect& uv, QOpenG
     m_pVertices->release();
 }
 
+void CVisualScene::RenderSyncedLyrics(float fSeconds)
+{
+    const VisualRect& box = m_state.rcLyricsBox;
+    const int h = box.Height();
+    if (!m_bLyricsTextureValid) {
+        m_syncedLayout = LayoutSyncedLyrics(m_lyricsFont, box.Width(), m_syncedLines);
+        m_state.lyricsTextSize = m_syncedLayout.size;
+        m_pLyricsTexture.reset();
+        m_bLyricsTextureValid = true;
+        m_state.nLyricsPage = -100;
+    }
+    // A plain atomic read: the render thread never waits on the audio path.
+    const qint64 positionMs = m_pAudioPlayer ? static_cast<qint64>(m_pAudioPlayer->PeekCurrentTime() / 10000) : 0;
+    const int line = SyncedLineAt(m_state.syncedLyrics, positionMs);
+    m_state.nSyncedPositionMs = positionMs;
+    m_state.nSyncedLine = line;
+    const int shown = std::clamp(line, 0, static_cast<int>(m_syncedLayout.tops.size()) - 1);
+    const QSize text = m_state.lyricsTextSize;
+    if (text.isEmpty() || h <= 0 || shown < 0)
+        return;
+    const float target = SyncedLyricsTarget(m_syncedLayout.tops[shown], m_syncedLayout.heights[shown], h);
+    const bool hover = m_state.bHoverUp || m_state.bHoverDown;
+    StepSyncedLyricsScroll(m_state.scroll, fSeconds, hover, h, text.height(), target);
+    const int page = LyricsPage(m_state.scroll.fOffset, h);
+    if (page != m_state.nLyricsPage || line != m_nSyncedLineDrawn) {
+        UploadImage(m_pLyricsTexture, DrawSyncedLyricsPage(m_lyricsFont, m_state.settings.m_clrFont, m_syncedLayout,
+                                                           h, page, m_syncedLines, line));
+        m_state.nLyricsPage = page;
+        m_nSyncedLineDrawn = line;
+    }
+    const int lineTop = box.top + m_syncedLayout.tops[shown] - static_cast<int>(m_state.scroll.fOffset);
+    m_state.rcSyncedLine = line < 0 ? VisualRect{}
+                                    : VisualRect{box.left, lineTop, box.right, lineTop + m_syncedLayout.heights[shown]};
+    VisualRect quad{box.left, box.top, box.left + text.width(), box.bottom};
+    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+             LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
+    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+}
+
 void CVisualScene::RenderLyrics(float fSeconds)
 {
+    if (m_state.bSyncedLyrics) {
+        RenderSyncedLyrics(fSeconds);
+        return;
+    }
     const VisualRect& box = m_state.rcLyricsBox;
     const int h = box.Height();
     if (!m_bLyricsTextureValid) {

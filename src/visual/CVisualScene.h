@@ -16,7 +16,9 @@
 #include <functional>
 #include <memory>
 
+#include "song/SyncedLyrics.h"
 #include "visual/IVisualPluginRunner.h"
+#include "visual/LyricsText.h"
 #include "visual/VisualLayout.h"
 #include "visual/VisualSettings.h"
 
@@ -30,6 +32,7 @@ struct VisualSceneState
 {
     QString strTitle;
     QString strLyrics;
+    CSyncedLyrics syncedLyrics; // from the feed, else the time stamps in strLyrics
     QStringList arrArts;
     QStringList arrBackgrounds;
     int nCurrentArt = 0;
@@ -45,6 +48,12 @@ struct VisualSceneState
     LyricsScrollState scroll;
     bool bHoverUp = false, bHoverDown = false;
     int nLyricsPage = -100;
+    // Synchronised lyrics, while the setting is on and the lyrics have times: the line sung at the
+    // engine's position read for the last frame (-1 before the first), and where it was drawn.
+    bool bSyncedLyrics = false;
+    int nSyncedLine = -1;
+    qint64 nSyncedPositionMs = 0;
+    VisualRect rcSyncedLine;
     int nRebuilds = 0;
     float fMeasuredFPS = 0.0f;
     long long nFrames = 0;
@@ -65,7 +74,7 @@ public:
 
     // Feed setters.
     void SetTitle(const QString& title);
-    void SetLyrics(const QString& lyrics);
+    void SetLyrics(const QString& lyrics, const CSyncedLyrics& synced = {});
     void SetArts(const QStringList& arts);
     void SetBackgrounds(const QStringList& backgrounds);
 
@@ -106,14 +115,19 @@ private:
     void DrawQuad(const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture, ARGBCOLOR clrColour,
                   float fAlpha, float fVOffset = 0.0f, bool bClip = false);
     void RenderLyrics(float fSeconds);
+    void RenderSyncedLyrics(float fSeconds);
     bool ArtShown() const;
     bool LyricsShown() const;
+    bool SyncedLyricsShown() const;
 
     VisualSceneState m_state;
     QFont m_lyricsFont;
     QImage m_artImage;        // the current cover art, or the default art
     QImage m_backgroundImage;
     bool m_bLyricsTextureValid = false;
+    QStringList m_syncedLines;          // the texts of m_state.syncedLyrics
+    SyncedLyricsLayout m_syncedLayout;  // measured with the texture
+    int m_nSyncedLineDrawn = -2;        // the highlighted line in the lyrics texture
     float m_fTotalSeconds = 0.0f;
     float m_fLastTitleUpdate = 0.0f;
     float m_fShownFPS = 0.0f;

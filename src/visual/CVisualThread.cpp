@@ -121,9 +121,10 @@ void CVisualThread::RefreshVisual()
     if (!pSource)
         return;
     const QString lyrics = FromNarrow(pSource->GetLyrics());
+    const CSyncedLyrics synced = pSource->GetSyncedLyrics();
     const QStringList arts = ToList(pSource->GetArts());
-    PostCommand([lyrics, arts](CVisualScene& scene) {
-        scene.SetLyrics(lyrics);
+    PostCommand([lyrics, synced, arts](CVisualScene& scene) {
+        scene.SetLyrics(lyrics, synced);
         scene.SetArts(QStringList());
         scene.SetArts(arts);
     });
@@ -232,7 +233,7 @@ void CVisualThread::HandOverFeed(bool bAll)
         return; // busy: a later pass takes it
     std::unique_lock changeLock(mutex, std::adopt_lock);
     const auto title = [&] { m_pScene->SetTitle(FromNarrow(pSource->GetMP3VisualTitle())); };
-    const auto lyrics = [&] { m_pScene->SetLyrics(FromNarrow(pSource->GetLyrics())); };
+    const auto lyrics = [&] { m_pScene->SetLyrics(FromNarrow(pSource->GetLyrics()), pSource->GetSyncedLyrics()); };
     const auto arts = [&] { m_pScene->SetArts(ToList(pSource->GetArts())); };
     const auto backgrounds = [&] { m_pScene->SetBackgrounds(ToList(pSource->GetBackgrounds())); };
     if (bAll) {

@@ -7,6 +7,8 @@
 // - The control writes the feed on its GUI thread; the visualization thread reads it. Title, lyrics,
 //   both lists and the change word are only touched under GetChangeMutex(), which both sides take
 //   with a 100 ms limit (try_lock_for); a busy mutex defers the hand-over to a later frame.
+// - GetSyncedLyrics() is read with the lyrics, under the same mutex; a source without time-stamped
+//   lyrics keeps the default (none).
 // - GetChange() is a plain read without the mutex, a hint only; SetChange() is called under it.
 // - Lock order on the visualization thread: the thread's own feed lock, then the change mutex.
 // - GetAudioPlayer() may be called on the visualization thread once per frame; it may return null.
@@ -21,6 +23,7 @@
 #include <mutex>
 
 #include "platform/CStringArray.h"
+#include "song/SyncedLyrics.h"
 
 class CAudioPlayer;
 class CVisualThread;
@@ -33,6 +36,7 @@ public:
     virtual void SetChange(std::uint32_t dwChange) = 0;
     virtual const char* GetMP3VisualTitle() = 0;
     virtual const char* GetLyrics() = 0;
+    virtual CSyncedLyrics GetSyncedLyrics() { return {}; }
     virtual CStringArray* GetArts() = 0;
     virtual CStringArray* GetBackgrounds() = 0;
     virtual CAudioPlayer* GetAudioPlayer() = 0;

@@ -1,6 +1,7 @@
 #pragma once
 // Lyrics text: the font of the settings, measuring with word breaking and centring in the box's
-// width, and drawing one page of the two-box-high lyrics texture.
+// width, and drawing one page of the two-box-high lyrics texture; the same for time-stamped lyrics
+// with the line being sung highlighted.
 //
 // Threading: QImage painting; used on the render thread.
 
@@ -8,6 +9,8 @@
 #include <QImage>
 #include <QSize>
 #include <QString>
+#include <QStringList>
+#include <QVector>
 
 #include "visual/VisualSettings.h"
 
@@ -18,3 +21,17 @@ QSize MeasureLyrics(const QFont& font, int nBoxWidth, const QString& text);
 // box height × page, drawn twice over (as the renderer always has) on the font colour at alpha 0.
 QImage DrawLyricsPage(const QFont& font, ARGBCOLOR clrFont, const QSize& textSize, int nBoxHeight, int nPage,
                       const QString& text);
+
+// Time-stamped lyrics laid out one line under the other, each wrapped and centred in the box's
+// width, with a small gap between lines.
+struct SyncedLyricsLayout
+{
+    QVector<int> tops;    // of each line, from the text's top
+    QVector<int> heights;
+    QSize size;           // the box's width by the whole text's height
+};
+SyncedLyricsLayout LayoutSyncedLyrics(const QFont& font, int nBoxWidth, const QStringList& lines);
+// One page of the texture, as DrawLyricsPage, with line `nCurrent` in the full font colour over a
+// faint band and the other lines dimmed (-1: all dimmed).
+QImage DrawSyncedLyricsPage(const QFont& font, ARGBCOLOR clrFont, const SyncedLyricsLayout& layout, int nBoxHeight,
+                            int nPage, const QStringList& lines, int nCurrent);

@@ -1,5 +1,8 @@
 #include "visual/VisualLayout.h"
 
+#include <algorithm>
+#include <cmath>
+
 VisualRect ComputeArtRect(const VisualRect& client, bool bLyricsShown, int nImageWidth, int nImageHeight)
 {
     const int width = bLyricsShown ? client.Width() * 2 / 5 : client.Width();
@@ -96,6 +99,31 @@ void StepLyricsScroll(LyricsScrollState& s, float fSeconds, bool bHover, int nBo
         turn(upper);
     if (s.fOffset < lower)
         turn(lower);
+}
+
+float SyncedLyricsTarget(int nLineTop, int nLineHeight, int nBoxHeight)
+{
+    return static_cast<float>(nLineTop) + static_cast<float>(nLineHeight) / 2.0f - static_cast<float>(nBoxHeight) / 2.0f;
+}
+
+void StepSyncedLyricsScroll(LyricsScrollState& s, float fSeconds, bool bHover, int nBoxHeight, int nTextHeight,
+                            float fTarget)
+{
+    constexpr float kFollowRate = 10.0f; // per second: e^-2.5 of the distance is left after 0.25 s
+    if (bHover) {
+        s.fPause = 0.0f;
+        s.fOffset += static_cast<float>(5 * s.nScrollSpeed / 2) * fSeconds;
+        const float upper = static_cast<float>(nTextHeight - nBoxHeight / 2);
+        const float lower = static_cast<float>(-(nBoxHeight / 2));
+        s.fOffset = std::max(std::min(s.fOffset, upper), lower);
+        return;
+    }
+    if (s.nScrollSpeed == 0)
+        return;
+    const float step = 1.0f - std::exp(-fSeconds * kFollowRate);
+    s.fOffset += (fTarget - s.fOffset) * step;
+    if (std::abs(fTarget - s.fOffset) < 0.25f)
+        s.fOffset = fTarget;
 }
 
 int LyricsPage(float fOffset, int nBoxHeight)

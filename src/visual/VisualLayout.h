@@ -54,6 +54,15 @@ struct LyricsScrollState
 // (-(h/3)) the offset is clamped, upper first, and without hover the direction flips and a three
 // second rest starts. Text shorter than a third of the box thus never moves.
 TUNIVOX_EXPORT void StepLyricsScroll(LyricsScrollState& state, float fSeconds, bool bHover, int nBoxHeight, int nTextHeight);
+// Time-stamped lyrics: the offset that puts the middle of a line (top and height in the text) in
+// the middle of the box.
+TUNIVOX_EXPORT float SyncedLyricsTarget(int nLineTop, int nLineHeight, int nBoxHeight);
+// One frame of following the sung line: over an arrow the text moves as StepLyricsScroll moves it
+// (five times the speed, the direction of the arrow) but stays between half a box above the text
+// and half a box below it; paused (speed 0, a click in the box) it stays; otherwise it glides to
+// `fTarget`, closing most of the distance within a quarter of a second.
+TUNIVOX_EXPORT void StepSyncedLyricsScroll(LyricsScrollState& state, float fSeconds, bool bHover, int nBoxHeight,
+                                           int nTextHeight, float fTarget);
 // The page of the two-box-high lyrics texture holding the offset, and where in it the box starts.
 TUNIVOX_EXPORT int LyricsPage(float fOffset, int nBoxHeight);
 TUNIVOX_EXPORT float LyricsTexOffset(float fOffset, int nBoxHeight, int nPage);

@@ -36,7 +36,7 @@ bool VisualSettings::operator==(const VisualSettings& o) const
     return m_strFontName.compare(o.m_strFontName, Qt::CaseInsensitive) == 0 && m_clrFont == o.m_clrFont
         && m_nFontSize == o.m_nFontSize && m_nLyricsSpeed == o.m_nLyricsSpeed && m_clrLyricsBox == o.m_clrLyricsBox
         && m_nSlideShowTimeout == o.m_nSlideShowTimeout
-        && (m_nArtTransparency & 0xFF) == (o.m_nArtTransparency & 0xFF) && (m_bShowFPS != 0) == (o.m_bShowFPS != 0);
+        && (m_nArtTransparency & 0xFF) == (o.m_nArtTransparency & 0xFF) && (m_bShowFPS != 0) == (o.m_bShowFPS != 0) && (m_bSyncLyrics != 0) == (o.m_bSyncLyrics != 0);
 }
 
 void LoadVisualSettings(const CTypedSettings& store, const QString& key, VisualSettings& s)
@@ -52,6 +52,7 @@ void LoadVisualSettings(const CTypedSettings& store, const QString& key, VisualS
     ReadInto(store, key, "SlideShowTimeout", s.m_nSlideShowTimeout);
     ReadInto(store, key, "ArtTransparency", s.m_nArtTransparency);
     ReadInto(store, key, "ShowFPS", s.m_bShowFPS);
+    ReadInto(store, key, "SyncLyrics", s.m_bSyncLyrics);
 }
 
 void LoadVisualPlacement(const CTypedSettings& store, const QString& key, VisualPlacement& p)
@@ -89,7 +90,8 @@ bool SaveVisualSettings(CTypedSettings& store, const QString& key, const VisualS
     ok = dword("LyrBkColor", s.m_clrLyricsBox) && ok;
     ok = dword("SlideShowTimeout", static_cast<DWORD>(s.m_nSlideShowTimeout)) && ok;
     ok = dword("ArtTransparency", static_cast<DWORD>(s.m_nArtTransparency)) && ok;
-    return dword("ShowFPS", static_cast<DWORD>(s.m_bShowFPS)) && ok;
+    ok = dword("ShowFPS", static_cast<DWORD>(s.m_bShowFPS)) && ok;
+    return dword("SyncLyrics", static_cast<DWORD>(s.m_bSyncLyrics)) && ok;
 }
 
 namespace VisualOptions {

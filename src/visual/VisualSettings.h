@@ -33,8 +33,11 @@ struct TUNIVOX_EXPORT VisualSettings
     std::int32_t m_nSlideShowTimeout = 2000;
     std::int32_t m_nArtTransparency = 125;
     std::int32_t m_bShowFPS = 0;
+    // "SyncLyrics" (DWORD, default 0): lyrics with time stamps highlight the line being sung and keep
+    // it in view instead of scrolling on their own; lyrics without stay as they are.
+    std::int32_t m_bSyncLyrics = 0;
 
-    // Font names ignoring case, the art transparency in its low byte, the frame-rate flags by truth.
+    // Font names ignoring case, the art transparency in its low byte, the two flags by truth.
     bool operator==(const VisualSettings& other) const;
     bool operator!=(const VisualSettings& other) const { return !(*this == other); }
 };
@@ -50,7 +53,7 @@ struct TUNIVOX_EXPORT VisualPlacement
     DWORD dwPluginModule = 0;
 };
 
-// Reads the eight settings values under `key`; a missing or unreadable value leaves its field, except
+// Reads the settings values under `key` (the eight, then "SyncLyrics"); a missing or unreadable value leaves its field, except
 // the font name, which falls back to "Segoe UI". Names longer than 32 characters are cut.
 TUNIVOX_EXPORT void LoadVisualSettings(const CTypedSettings& store, const QString& key, VisualSettings& settings);
 // Reads the placement, "Flags", "Plugin" (at most 260 bytes) and "Plugin_mod"; sizes below 250 are
@@ -58,7 +61,7 @@ TUNIVOX_EXPORT void LoadVisualSettings(const CTypedSettings& store, const QStrin
 TUNIVOX_EXPORT void LoadVisualPlacement(const CTypedSettings& store, const QString& key, VisualPlacement& placement);
 // Writes "xPos", "yPos", "xSize", "ySize" and "Flags" (the window's closing values).
 TUNIVOX_EXPORT bool SaveVisualPlacement(CTypedSettings& store, const QString& key, const VisualPlacement& placement);
-// A writer for the eight settings values under the names the loader reads (hosts and tests use it).
+// A writer for the settings values under the names the loader reads (hosts and tests use it).
 TUNIVOX_EXPORT bool SaveVisualSettings(CTypedSettings& store, const QString& key, const VisualSettings& settings);
 
 // The options dialog's conversions between the record and its controls.
