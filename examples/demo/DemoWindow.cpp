@@ -16,6 +16,7 @@
 
 #include "DemoPlayerCtrl.h"
 #include "NowPlayingPanel.h"
+#include "PlaybackMenu.h"
 #include "TagEditDialog.h"
 #include "TransportBar.h"
 #include "audio/CAudioPlayer.h"
@@ -111,6 +112,19 @@ DemoWindow::DemoWindow()
     m_openExternal = actions->addAction(tr("Open in external player"), this, &DemoWindow::OpenExternalPlayer);
     m_closeExternal = actions->addAction(tr("Close external player"), this, &DemoWindow::CloseExternalPlayer);
     UpdateExternalActions();
+    actions->addSeparator();
+    // The listener's ReplayGain and device are remembered; a sound server that restarts is waited for.
+    m_player->SetRemembersPlaybackChoices(1);
+    m_player->SetDeviceRecovery(10);
+    auto* playback = new PlaybackMenu(m_player, this);
+    QAction* playbackAction = playback->menuAction();
+    actions->addAction(playbackAction);
+    if (auto* button = qobject_cast<QToolButton*>(actions->widgetForAction(playbackAction)))
+        button->setPopupMode(QToolButton::InstantPopup);
+    connect(playback, &PlaybackMenu::replayGainChanged, this, &DemoWindow::ShowReplayGain);
+    connect(playback, &PlaybackMenu::message, this, [this](const QString& text) { statusBar()->showMessage(text, 6000); });
+    connect(m_player, &CMediaPlayerCtrl::deviceStopped, this,
+            [this](const QString& text) { statusBar()->showMessage(text, 10000); });
 
     centralLayout->addWidget(BuildTransportBar());
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
@@ -278,10 +292,25 @@ void DemoWindow::FallBackToNullDevice()
     statusBar()->showMessage(tr("No sound device could be opened: playing silently through the null device"));
 }
 
+void DemoWindow::ShowReplayGain()
+{
+    const ReplayGainApplied applied = m_player->GetReplayGainApplied();
+    static const char* const kSources[] = {"", "track", "album", "no values"};
+    if (applied.eSource == ReplayGainSource::None || m_player->IsStopped()) {
+        m_nowPlaying->ShowGain(QString());
+        return;
+    }
+    m_nowPlaying->ShowGain(tr("ReplayGain %1 dB (%2%3)")
+                               .arg(applied.dGainDb, 0, 'f', 1)
+                               .arg(QLatin1String(kSources[static_cast<int>(applied.eSource)]),
+                                    applied.bLimited ? tr(", held below clipping") : QString()));
+}
+
 void DemoWindow::OnSongStarted()
 {
     const QString path = m_player->GetPlayingFileName();
     m_nowPlaying->ShowSong(path);
+    ShowReplayGain();
     // The labels belong to this song at once, not at the control's next progress tick.
     m_elapsed->setText(QStringLiteral("00:00"));
     m_total->setText(m_player->GetTotalText().isEmpty() ? QStringLiteral("00:00") : m_player->GetTotalText());

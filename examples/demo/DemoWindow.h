@@ -37,6 +37,7 @@ private:
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
+    void ShowReplayGain();
     void EditTags();
     void OnSongTagsChanged(const QString& path);
     void OpenExternalPlayer();

@@ -63,6 +63,8 @@ NowPlayingPanel::NowPlayingPanel(QWidget* parent) : QWidget(parent)
     m_artist->setObjectName(QStringLiteral("nowPlayingArtist"));
     m_album = new QLabel(this);
     m_album->setObjectName(QStringLiteral("nowPlayingAlbum"));
+    m_gain = new QLabel(this);
+    m_gain->setObjectName(QStringLiteral("nowPlayingGain"));
     for (QLabel* label : {m_title, m_artist, m_album})
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     layout->addWidget(m_cover);
@@ -70,6 +72,7 @@ NowPlayingPanel::NowPlayingPanel(QWidget* parent) : QWidget(parent)
     layout->addWidget(m_title);
     layout->addWidget(m_artist);
     layout->addWidget(m_album);
+    layout->addWidget(m_gain);
     layout->addStretch(1);
     setFixedWidth(kCoverSize + 32);
     ShowNothing();
@@ -81,6 +84,12 @@ void NowPlayingPanel::ShowNothing()
     m_title->setText(tr("Nothing playing"));
     m_artist->clear();
     m_album->clear();
+    m_gain->clear();
+}
+
+void NowPlayingPanel::ShowGain(const QString& text)
+{
+    m_gain->setText(text);
 }
 
 void NowPlayingPanel::ShowSong(const QString& path)

@@ -13,6 +13,9 @@ public:
     // Reads the song's tags and cover; an unreadable file shows its name only.
     void ShowSong(const QString& path);
     void ShowNothing();
+    // The ReplayGain the song plays at ("ReplayGain −6.2 dB (track)"); nothing while it is off.
+    void ShowGain(const QString& text);
+    QString GainText() const { return m_gain->text(); }
     QString Title() const { return m_title->text(); }
 
 private:
@@ -20,4 +23,5 @@ private:
     QLabel* m_title;
     QLabel* m_artist;
     QLabel* m_album;
+    QLabel* m_gain;
 };

@@ -124,6 +124,9 @@ HRESULT CAudioPlayer::Open(const char* fileName)
     Close();
     delete[] m_pwszFileName;
     m_pwszFileName = nullptr;
+    m_strOpenedName = QString::fromUtf8(fileName);
+    m_bReplayGainRead = false;
+    m_replayGainValues = {};
 
     const int length = NarrowToWide(fileName, nullptr, 0);
     if (length == 0) {
@@ -164,7 +167,42 @@ HRESULT CAudioPlayer::Open(const char* fileName)
         Close();
         return hr;
     }
+    UpdateReplayGain();
     return hr;
+}
+
+void CAudioPlayer::SetReplayGain(const ReplayGainOptions& options)
+{
+    m_replayGain = options;
+    UpdateReplayGain();
+}
+
+void CAudioPlayer::UpdateReplayGain()
+{
+    if (m_replayGain.eMode != ReplayGainMode::Off && m_bOpened && !m_bReplayGainRead) {
+        m_replayGainValues = ReadReplayGain(m_strOpenedName);
+        m_bReplayGainRead = true;
+    }
+    m_replayGainApplied = ChooseReplayGain(m_replayGain, m_replayGainValues);
+    m_dwBlockGain.store(m_replayGainApplied.eSource == ReplayGainSource::None
+                            ? WAVE_GAIN_UNITY
+                            : BlockGainFromDb(m_replayGainApplied.dGainDb),
+                        std::memory_order_relaxed);
+}
+
+HRESULT CAudioPlayer::SetOutputDevice(const std::string& name)
+{
+    const HWAVEOUT device = m_hWaveOut;
+    if (device && m_bPlaying && !name.empty()) {
+        const MMRESULT switched = waveOutSwitchDevice(device, name);
+        if (switched != MMSYSERR_NOERROR && switched != MMSYSERR_INVALHANDLE) {
+            std::snprintf(m_szError, sizeof(m_szError), "Could not open the Audio device \"%s\". MMSysError: %d.",
+                          name.c_str(), static_cast<int>(switched));
+            return E_FAIL;
+        }
+    }
+    m_strOutputDevice = name;
+    return S_OK;
 }
 
 HRESULT CAudioPlayer::Close()
@@ -364,9 +402,13 @@ HRESULT CAudioPlayer::Play(QWORD start)
             return hr;
         }
         HWAVEOUT device = nullptr;
-        const MMRESULT opened = waveOutOpen(&device, WAVE_MAPPER, m_pWaveFormat,
-                                            reinterpret_cast<DWORD_PTR>(&CAudioPlayer::WaveOutProc),
-                                            reinterpret_cast<DWORD_PTR>(this), CALLBACK_FUNCTION);
+        const DWORD_PTR callback = reinterpret_cast<DWORD_PTR>(&CAudioPlayer::WaveOutProc);
+        const DWORD_PTR instance = reinterpret_cast<DWORD_PTR>(this);
+        const MMRESULT opened =
+            m_strOutputDevice.empty() && m_nRecoveryMs == 0
+                ? waveOutOpen(&device, WAVE_MAPPER, m_pWaveFormat, callback, instance, CALLBACK_FUNCTION)
+                : waveOutOpenTarget(&device, WaveOutTarget{m_strOutputDevice, m_nRecoveryMs}, m_pWaveFormat,
+                                    callback, instance, CALLBACK_FUNCTION);
         if (opened != MMSYSERR_NOERROR) {
             std::snprintf(m_szError, sizeof(m_szError), "Could not open the Audio device. MMSysError: %d.",
                           static_cast<int>(opened));
@@ -392,6 +434,7 @@ HRESULT CAudioPlayer::Play(QWORD start)
             m_qwPosition = start;
         }
         m_bPaused = FALSE;
+        m_szDeviceFailure[0] = 0;
         m_hDecodeThread->SetHighestPriority();
         m_hDecodeThread->Resume();
     } else if (m_bPlaying) {
@@ -587,6 +630,7 @@ void CAudioPlayer::DecodeThread()
             data += room;
             left -= room;
             block->dwBufferLength = m_dwBlockSize;
+            SetBlockGain(block, m_dwBlockGain.load(std::memory_order_relaxed));
             waveOutPrepareHeader(device, block, kHeaderSize);
             std::memcpy(block->lpData + m_dwBlockSize, &time, sizeof(time));
             time += blockTime;
@@ -637,6 +681,7 @@ void CAudioPlayer::DecodeThread()
             waveOutUnprepareHeader(device, &headers[i], kHeaderSize);
     }
 
+    waveOutGetFailure(device, m_szDeviceFailure, sizeof(m_szDeviceFailure));
     waveOutReset(device);
     if (waveOutClose(device) != MMSYSERR_NOERROR)
         hr = E_FAIL;

@@ -19,11 +19,16 @@
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
+// - ReplayGain, the output device and device recovery are off or empty by default; the UI thread sets
+//   them. The decoding thread reads the block gain (an atomic) as it queues each block; the device
+//   moves through waveOutSwitchDevice, whose wait is bounded (5 s).
 
 #include <QString>
 #include <atomic>
 #include <mutex>
+#include <string>
 
+#include "audio/ReplayGain.h"
 #include "audio/WaitableEvent.h"
 #include "audio/WaveOut.h"
 #include "audio/WaveTypes.h"
@@ -77,6 +82,27 @@ public:
     DWORD GetCurrentSeconds() const;
     DWORD GetDurationSeconds() const;
 
+    // ReplayGain of the songs opened from now on, and of the open one at once (blocks queued from
+    // now on carry the new gain). Open reads the file's values when the mode is not Off.
+    void SetReplayGain(const ReplayGainOptions& options);
+    ReplayGainOptions GetReplayGain() const { return m_replayGain; }
+    // What the open song plays at.
+    ReplayGainApplied GetReplayGainApplied() const { return m_replayGainApplied; }
+
+    // The ALSA device to play to (empty: the wave mapper's). While playing, the sound moves there
+    // at the first frame not heard; when it cannot be opened the old device plays on, the choice
+    // is not taken and m_szError says why (E_FAIL).
+    HRESULT SetOutputDevice(const std::string& name);
+    std::string GetOutputDevice() const { return m_strOutputDevice; }
+    // 0 (default): a device that fails ends the song. Else it is opened again for up to this long
+    // and the song goes on where the listener stopped hearing it; when it cannot, the song ends
+    // and GetDeviceFailure tells why.
+    void SetDeviceRecovery(unsigned milliseconds) { m_nRecoveryMs = milliseconds; }
+    unsigned GetDeviceRecovery() const { return m_nRecoveryMs; }
+    // "The sound device stopped: ..." when the last playback ended because its device failed;
+    // else empty. Read it once m_bPlaying is FALSE.
+    const char* GetDeviceFailure() const { return m_szDeviceFailure; }
+
     QString m_strAppPath;
     QString m_strTempPath;
     AtomicHandle<BYTE> m_pSamples;  // read by the render thread
@@ -122,5 +148,16 @@ private:
     void SetError(const char* text);
     void AppendError(const char* text);
 
+    void UpdateReplayGain();
+
     CEventGroup m_eventGroup;
+    ReplayGainOptions m_replayGain;
+    ReplayGainValues m_replayGainValues;
+    bool m_bReplayGainRead = false;
+    QString m_strOpenedName;
+    ReplayGainApplied m_replayGainApplied;
+    std::atomic<DWORD> m_dwBlockGain{WAVE_GAIN_UNITY};
+    std::string m_strOutputDevice;
+    unsigned m_nRecoveryMs = 0;
+    char m_szDeviceFailure[256] = {};
 };

@@ -1,5 +1,6 @@
 #include "audio/WaveOut.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <map>
@@ -41,10 +42,29 @@ bool IsValidPcm(const WAVEFORMATEX* format)
            format->nAvgBytesPerSec == format->nSamplesPerSec * format->nBlockAlign;
 }
 
+// Both channel factors in 1/65536 steps; the product is rounded to nearest and kept in range.
+void ApplyVolumeAndGain(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels, DWORD gain)
+{
+    const std::int64_t factors[2] = {static_cast<std::int64_t>(volume & 0xFFFFu) * gain / 0xFFFF,
+                                     static_cast<std::int64_t>(volume >> 16) * gain / 0xFFFF};
+    const std::size_t count = bytes / 2;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::int16_t sample;
+        std::memcpy(&sample, source + 2 * i, 2);
+        const std::int64_t scaled = (sample * factors[channels == 2 ? (i & 1) : 0] + 32768) >> 16;
+        sample = static_cast<std::int16_t>(std::clamp<std::int64_t>(scaled, -32768, 32767));
+        std::memcpy(target + 2 * i, &sample, 2);
+    }
+}
+
 } // namespace
 
-void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels)
+void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels, DWORD gain)
 {
+    if (gain != WAVE_GAIN_UNITY) {
+        ApplyVolumeAndGain(source, target, bytes, volume, channels, gain);
+        return;
+    }
     const std::int32_t levels[2] = {static_cast<std::int32_t>(volume & 0xFFFFu),
                                     static_cast<std::int32_t>(volume >> 16)};
     const std::size_t count = bytes / 2;
@@ -110,14 +130,11 @@ bool ParseWaveBackend(const std::string& name, WaveBackend* backend)
     return true;
 }
 
-MMRESULT waveOutOpen(HWAVEOUT* device, UINT deviceId, const WAVEFORMATEX* format, DWORD_PTR callback,
-                     DWORD_PTR instance, DWORD flags)
+namespace {
+
+MMRESULT OpenDevice(HWAVEOUT* device, const WaveOutTarget& target, const WAVEFORMATEX* format, DWORD_PTR callback,
+                    DWORD_PTR instance, DWORD flags)
 {
-    if (!device)
-        return MMSYSERR_INVALPARAM;
-    *device = nullptr;
-    if (deviceId != WAVE_MAPPER)
-        return MMSYSERR_BADDEVICEID;
     if (flags != 0 && flags != CALLBACK_FUNCTION)
         return MMSYSERR_INVALFLAG;
     if (!IsValidPcm(format))
@@ -130,7 +147,8 @@ MMRESULT waveOutOpen(HWAVEOUT* device, UINT deviceId, const WAVEFORMATEX* format
             return options.null.nOpenResult;
         created = CreateWaveOutNull(options.null);
     } else {
-        created = CreateWaveOutAlsa(options.strAlsaDevice);
+        created = CreateWaveOutAlsa(target.strDevice.empty() ? options.strAlsaDevice : target.strDevice,
+                                    target.nRecoveryMs);
     }
     std::shared_ptr<CWaveOutDevice> opened(std::move(created));
     opened->SetVolume(g_dwLastVolume.load());
@@ -151,6 +169,47 @@ MMRESULT waveOutOpen(HWAVEOUT* device, UINT deviceId, const WAVEFORMATEX* format
         table.devices.emplace(reinterpret_cast<std::uintptr_t>(handle), std::move(opened));
     }
     *device = handle;
+    return MMSYSERR_NOERROR;
+}
+
+} // namespace
+
+MMRESULT waveOutOpen(HWAVEOUT* device, UINT deviceId, const WAVEFORMATEX* format, DWORD_PTR callback,
+                     DWORD_PTR instance, DWORD flags)
+{
+    if (!device)
+        return MMSYSERR_INVALPARAM;
+    *device = nullptr;
+    if (deviceId != WAVE_MAPPER)
+        return MMSYSERR_BADDEVICEID;
+    return OpenDevice(device, WaveOutTarget{}, format, callback, instance, flags);
+}
+
+MMRESULT waveOutOpenTarget(HWAVEOUT* device, const WaveOutTarget& target, const WAVEFORMATEX* format,
+                           DWORD_PTR callback, DWORD_PTR instance, DWORD flags)
+{
+    if (!device)
+        return MMSYSERR_INVALPARAM;
+    *device = nullptr;
+    return OpenDevice(device, target, format, callback, instance, flags);
+}
+
+MMRESULT waveOutSwitchDevice(HWAVEOUT device, const std::string& name)
+{
+    std::shared_ptr<CWaveOutDevice> found = Find(device);
+    if (!found)
+        return MMSYSERR_INVALHANDLE;
+    return name.empty() ? MMSYSERR_BADDEVICEID : found->SwitchTo(name);
+}
+
+MMRESULT waveOutGetFailure(HWAVEOUT device, char* text, UINT size)
+{
+    std::shared_ptr<CWaveOutDevice> found = Find(device);
+    if (!found)
+        return MMSYSERR_INVALHANDLE;
+    if (!text || size == 0)
+        return MMSYSERR_INVALPARAM;
+    found->CopyFailure(text, size);
     return MMSYSERR_NOERROR;
 }
 

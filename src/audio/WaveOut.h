@@ -48,13 +48,51 @@ TUNIVOX_EXPORT MMRESULT waveOutClose(HWAVEOUT device);
 TUNIVOX_EXPORT MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume);
 TUNIVOX_EXPORT MMRESULT waveOutGetVolume(HWAVEOUT device, DWORD* volume);
 
+// A block's own gain, multiplied into the device's volume stage as the block is played (ReplayGain
+// travels with the sound it belongs to). In 1/65536 steps; 0, the value of a zeroed header, is unity.
+inline constexpr DWORD WAVE_GAIN_UNITY = 0;
+inline void SetBlockGain(WAVEHDR* header, DWORD gain) { header->dwLoops = gain; }
+inline DWORD BlockGain(const WAVEHDR* header) { return header->dwLoops; }
+
 // What a device went through since it was opened (zero for devices that cannot lose a stream).
 struct WaveOutStatistics
 {
     std::uint64_t nUnderruns = 0;    // the device ran dry while blocks were waiting, and was restarted
     std::uint64_t nStreamStarts = 0; // streams started: one per play, and one more per seek or underrun
+    std::uint64_t nRecoveries = 0;   // the device failed and was opened again
+    std::uint64_t nSwitches = 0;     // waveOutSwitchDevice moved the sound to another device
 };
 TUNIVOX_EXPORT MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics* statistics);
+
+// The device an open names, and what it does when it fails.
+struct WaveOutTarget
+{
+    std::string strDevice;    // ALSA device name; empty: the wave mapper's (the null backend ignores it)
+    unsigned nRecoveryMs = 0; // 0: a failed device is dead (waveOutWrite fails). Else it is opened
+                              // again, backing off, for up to this long; queued blocks wait and play
+                              // on from the first frame not heard.
+};
+// waveOutOpen with a chosen device instead of WAVE_MAPPER's.
+TUNIVOX_EXPORT MMRESULT waveOutOpenTarget(HWAVEOUT* device, const WaveOutTarget& target, const WAVEFORMATEX* format,
+                                          DWORD_PTR callback, DWORD_PTR instance, DWORD flags);
+// Moves an open device's sound to another device while it plays (or is paused): what was not heard
+// yet plays there, nothing is lost or heard twice beyond what the old device's delay misreports.
+// When `name` cannot be opened the old device plays on and the result says why. Any thread; waits
+// up to 5 s for the device thread. The null backend has one device: it succeeds at once.
+TUNIVOX_EXPORT MMRESULT waveOutSwitchDevice(HWAVEOUT device, const std::string& name);
+// Why an open device stopped for good ("The sound device stopped: ..."), or an empty text while it
+// works. Copies at most size - 1 bytes and a zero; no allocation, so the decoding thread may ask.
+TUNIVOX_EXPORT MMRESULT waveOutGetFailure(HWAVEOUT device, char* text, UINT size);
+
+// An output device a listener can pick: its ALSA name and a readable description.
+struct WaveOutDeviceInfo
+{
+    std::string strName;        // "default", "pulse", "pipewire", "sysdefault:CARD=x", "hw:CARD=x,DEV=0", ...
+    std::string strDescription; // "Playback/recording through the PulseAudio sound server", "HDA Intel, ALC892 Analog"
+};
+// ALSA's device hints that can play: the sound servers, each card's default, hw: and plughw:.
+// "default" always comes first. Any thread; it reads ALSA's configuration (a few milliseconds).
+TUNIVOX_EXPORT std::vector<WaveOutDeviceInfo> waveOutListDevices();
 
 // Everything a null device "plays", collected in memory (for tests and measurements).
 class TUNIVOX_EXPORT CWaveMemoryCapture

@@ -10,11 +10,17 @@
 // first frame not heard and the rest is written again. A stream is started only with a full start
 // threshold buffered (or at a song's tail, once no more blocks come), so a recovered stream never
 // starts on a few milliseconds of sound and runs dry at once.
+//
+// The same restart at the first frame not heard moves the sound to another device (SwitchTo), and,
+// when the device was opened with a recovery time, brings it back after it failed (a sound server
+// restarted, a device re-plugged): the device is opened again, backing off, until that time is up;
+// meanwhile the queue waits. Opening never holds the lock, so the engine's calls are not held up.
 
 #include <alsa/asoundlib.h>
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <thread>
 
 #include "audio/ThreadPriority.h"
@@ -41,12 +47,26 @@ constexpr auto kMinWait = 2ms;
 constexpr auto kRequestWait = 2s;
 constexpr int kResumeTries = 20;
 constexpr auto kResumeStep = 10ms;
+constexpr auto kSwitchWait = 5s;
+constexpr auto kFirstRetry = 100ms;
+constexpr auto kLongestRetry = 2s;
 constexpr std::size_t kScratchBytes = 16384;
+constexpr std::size_t kFailureBytes = 256;
+
+// A configured ALSA stream and what its configuration chose.
+struct OpenedPcm
+{
+    snd_pcm_t* pPcm = nullptr;
+    int nError = 0;             // negative errno of the failed step
+    MMRESULT nResult = MMSYSERR_NOERROR;
+    bool bCanPause = false;
+    std::uint64_t nStartFrames = 0;
+};
 
 class CWaveOutAlsa final : public CWaveOutDevice
 {
 public:
-    explicit CWaveOutAlsa(std::string device) : m_strDevice(std::move(device)) {}
+    CWaveOutAlsa(std::string device, unsigned recoveryMs) : m_strDevice(std::move(device)), m_nRecoveryMs(recoveryMs) {}
     ~CWaveOutAlsa() override { Close(); }
 
     // The device is opened on its own thread, after that thread got the highest priority the
@@ -83,6 +103,26 @@ public:
         return MMSYSERR_NOERROR;
     }
 
+    MMRESULT SwitchTo(const std::string& device) override
+    {
+        std::unique_lock<std::mutex> lock(m_lock);
+        if (m_bDead)
+            return MMSYSERR_NODRIVER;
+        m_strSwitchTo = device;
+        m_bSwitchWanted = true;
+        const std::uint64_t ticket = ++m_nRequested;
+        m_wake.notify_all();
+        if (!m_wake.wait_for(lock, kSwitchWait, [&] { return m_nHandled >= ticket; }))
+            return MMSYSERR_ERROR;
+        return m_nSwitchResult;
+    }
+
+    void CopyFailure(char* text, std::size_t size) const override
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::snprintf(text, size, "%s", m_szFailure);
+    }
+
     MMRESULT Pause() override { return Request([this] { m_bPauseWanted = true; }); }
     MMRESULT Restart() override { return Request([this] { m_bPauseWanted = false; }); }
     MMRESULT Reset() override { return Request([this] { m_bResetWanted = true; }); }
@@ -107,48 +147,57 @@ public:
         WaveOutStatistics statistics;
         statistics.nUnderruns = m_nUnderruns.load(std::memory_order_relaxed);
         statistics.nStreamStarts = m_nStreamStarts.load(std::memory_order_relaxed);
+        statistics.nRecoveries = m_nRecoveries.load(std::memory_order_relaxed);
+        statistics.nSwitches = m_nSwitches.load(std::memory_order_relaxed);
         return statistics;
     }
 
 private:
-    MMRESULT OpenPcm()
+    // Opens and configures `device`; called without the lock (a sound server may take a while).
+    OpenedPcm OpenPcm(const std::string& device) const
     {
-        if (snd_pcm_open(&m_pPcm, m_strDevice.c_str(), SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK) < 0) {
-            m_pPcm = nullptr;
-            return MMSYSERR_BADDEVICEID;
+        OpenedPcm opened;
+        opened.nError = snd_pcm_open(&opened.pPcm, device.c_str(), SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK);
+        if (opened.nError < 0) {
+            opened.pPcm = nullptr;
+            opened.nResult = MMSYSERR_BADDEVICEID;
+            return opened;
         }
-        if (!Configure()) {
-            snd_pcm_close(m_pPcm);
-            m_pPcm = nullptr;
-            return WAVERR_BADFORMAT;
+        opened.nError = Configure(opened);
+        if (opened.nError < 0) {
+            snd_pcm_close(opened.pPcm);
+            opened.pPcm = nullptr;
+            opened.nResult = WAVERR_BADFORMAT;
         }
-        return MMSYSERR_NOERROR;
+        return opened;
     }
 
-    bool Configure()
+    int Configure(OpenedPcm& opened) const
     {
+        snd_pcm_t* pcm = opened.pPcm;
         snd_pcm_hw_params_t* hw;
         snd_pcm_hw_params_alloca(&hw);
         unsigned rate = m_format.nSamplesPerSec;
         unsigned bufferTime = kBufferMicroseconds;
         unsigned periodTime = kPeriodMicroseconds;
-        if (snd_pcm_hw_params_any(m_pPcm, hw) < 0 ||
-            snd_pcm_hw_params_set_access(m_pPcm, hw, SND_PCM_ACCESS_RW_INTERLEAVED) < 0 ||
-            snd_pcm_hw_params_set_format(m_pPcm, hw, SND_PCM_FORMAT_S16_LE) < 0 ||
-            snd_pcm_hw_params_set_channels(m_pPcm, hw, m_format.nChannels) < 0 ||
-            snd_pcm_hw_params_set_rate_resample(m_pPcm, hw, 1) < 0 ||
-            snd_pcm_hw_params_set_rate(m_pPcm, hw, rate, 0) < 0 ||
-            snd_pcm_hw_params_set_buffer_time_near(m_pPcm, hw, &bufferTime, nullptr) < 0 ||
-            snd_pcm_hw_params_set_period_time_near(m_pPcm, hw, &periodTime, nullptr) < 0 ||
-            snd_pcm_hw_params(m_pPcm, hw) < 0)
-            return false;
+        int error = 0;
+        if ((error = snd_pcm_hw_params_any(pcm, hw)) < 0 ||
+            (error = snd_pcm_hw_params_set_access(pcm, hw, SND_PCM_ACCESS_RW_INTERLEAVED)) < 0 ||
+            (error = snd_pcm_hw_params_set_format(pcm, hw, SND_PCM_FORMAT_S16_LE)) < 0 ||
+            (error = snd_pcm_hw_params_set_channels(pcm, hw, m_format.nChannels)) < 0 ||
+            (error = snd_pcm_hw_params_set_rate_resample(pcm, hw, 1)) < 0 ||
+            (error = snd_pcm_hw_params_set_rate(pcm, hw, rate, 0)) < 0 ||
+            (error = snd_pcm_hw_params_set_buffer_time_near(pcm, hw, &bufferTime, nullptr)) < 0 ||
+            (error = snd_pcm_hw_params_set_period_time_near(pcm, hw, &periodTime, nullptr)) < 0 ||
+            (error = snd_pcm_hw_params(pcm, hw)) < 0)
+            return error;
         snd_pcm_uframes_t bufferFrames = 0;
         snd_pcm_uframes_t periodFrames = 0;
         snd_pcm_hw_params_get_buffer_size(hw, &bufferFrames);
         snd_pcm_hw_params_get_period_size(hw, &periodFrames, nullptr);
-        m_bCanPause = snd_pcm_hw_params_can_pause(hw) == 1;
+        opened.bCanPause = snd_pcm_hw_params_can_pause(hw) == 1;
         // Start after all but one period is buffered (PulseAudio's own pre-buffer is the same).
-        m_nStartFrames = bufferFrames > periodFrames ? bufferFrames - periodFrames : bufferFrames;
+        opened.nStartFrames = bufferFrames > periodFrames ? bufferFrames - periodFrames : bufferFrames;
 
         // The start threshold is also what PulseAudio's plugin gives the server as its pre-buffer
         // for every stream it makes anew (a seek, a recovery): below it the server would start a
@@ -156,11 +205,107 @@ private:
         // (a song's tail) are started by hand.
         snd_pcm_sw_params_t* sw;
         snd_pcm_sw_params_alloca(&sw);
-        if (snd_pcm_sw_params_current(m_pPcm, sw) < 0 ||
-            snd_pcm_sw_params_set_start_threshold(m_pPcm, sw, m_nStartFrames) < 0 ||
-            snd_pcm_sw_params_set_avail_min(m_pPcm, sw, periodFrames) < 0 || snd_pcm_sw_params(m_pPcm, sw) < 0)
+        if ((error = snd_pcm_sw_params_current(pcm, sw)) < 0 ||
+            (error = snd_pcm_sw_params_set_start_threshold(pcm, sw, opened.nStartFrames)) < 0 ||
+            (error = snd_pcm_sw_params_set_avail_min(pcm, sw, periodFrames)) < 0 ||
+            (error = snd_pcm_sw_params(pcm, sw)) < 0)
+            return error;
+        return 0;
+    }
+
+    // Device thread, lock held.
+    void Adopt(const OpenedPcm& opened)
+    {
+        m_pPcm = opened.pPcm;
+        m_bCanPause = opened.bCanPause;
+        m_nStartFrames = opened.nStartFrames;
+    }
+
+    void ClosePcm()
+    {
+        if (m_pPcm)
+            snd_pcm_close(m_pPcm);
+        m_pPcm = nullptr;
+    }
+
+    // Opens `device` with the lock released, then adopts it and goes on at the first frame not
+    // heard. Requests that arrive meanwhile are answered on the next round.
+    bool ReopenAt(const std::string& device, std::unique_lock<std::mutex>& lock, OpenedPcm* result)
+    {
+        lock.unlock();
+        const OpenedPcm opened = OpenPcm(device);
+        lock.lock();
+        *result = opened;
+        if (!opened.pPcm)
             return false;
+        if (m_pPcm) {
+            UpdateHeard();
+            ClosePcm();
+        }
+        Adopt(opened);
+        m_nDeviceError = 0;
+        RestartStreamAt(m_nHeard); // while paused the new stream stays prepared, silent until Restart
         return true;
+    }
+
+    void SwitchDevice(std::unique_lock<std::mutex>& lock)
+    {
+        const std::string device = m_strSwitchTo;
+        OpenedPcm opened;
+        const bool switched = ReopenAt(device, lock, &opened);
+        m_nSwitchResult = opened.nResult;
+        if (!switched)
+            return;
+        m_strDevice = device;
+        m_bReconnecting = false;
+        m_nSwitches.fetch_add(1, std::memory_order_relaxed);
+    }
+
+    // The device failed: without a recovery time it is dead; else it is closed and opened again
+    // until the time is up, backing off.
+    void OnDeviceFailure(int error)
+    {
+        m_nDeviceError = 0;
+        if (m_nRecoveryMs == 0) {
+            std::snprintf(m_szFailure, sizeof(m_szFailure), "The sound device stopped: \"%s\": %s", m_strDevice.c_str(),
+                          snd_strerror(error));
+            m_bDead = true;
+            return;
+        }
+        ClosePcm();
+        // A sound server that goes away looks like an underrun first, which counts all that was
+        // written as heard; the last delay it reported is what the listener really heard.
+        m_nHeard = std::min(m_nHeard, m_nHeardMeasured);
+        m_bStreamLost = false;
+        m_bReconnecting = true;
+        m_nFailError = error;
+        m_retryStep = kFirstRetry;
+        m_tGiveUp = Clock::now() + std::chrono::milliseconds(m_nRecoveryMs);
+        m_tNextTry = Clock::now() + m_retryStep;
+    }
+
+    void TryReconnect(std::unique_lock<std::mutex>& lock)
+    {
+        const Clock::time_point now = Clock::now();
+        if (now < m_tNextTry)
+            return;
+        OpenedPcm opened;
+        if (ReopenAt(m_strDevice, lock, &opened)) {
+            m_bReconnecting = false;
+            m_nRecoveries.fetch_add(1, std::memory_order_relaxed);
+            return;
+        }
+        if (Clock::now() >= m_tGiveUp) {
+            std::snprintf(m_szFailure, sizeof(m_szFailure),
+                          "The sound device stopped: \"%s\": %s; it could not be opened again within %u s (%s)",
+                          m_strDevice.c_str(), snd_strerror(m_nFailError), (m_nRecoveryMs + 999) / 1000,
+                          snd_strerror(opened.nError));
+            m_bReconnecting = false;
+            m_bDead = true;
+            return;
+        }
+        m_retryStep = std::min<Clock::duration>(2 * m_retryStep, kLongestRetry);
+        m_tNextTry = Clock::now() + m_retryStep;
     }
 
     template <typename Change>
@@ -179,9 +324,11 @@ private:
 
     // Brings m_nHeard up to what the listener has heard. A stream that ran dry has played all
     // that was written (ALSA reports an underrun only then; PulseAudio's plugin checks the
-    // server's underflow index) and is marked lost.
+    // server's underflow index) and is marked lost. A device that went away sets m_nDeviceError.
     void UpdateHeard()
     {
+        if (!m_pPcm)
+            return;
         snd_pcm_state_t state = snd_pcm_state(m_pPcm);
         if (state == SND_PCM_STATE_RUNNING || state == SND_PCM_STATE_PAUSED || state == SND_PCM_STATE_DRAINING) {
             snd_pcm_sframes_t delay = 0;
@@ -190,6 +337,7 @@ private:
                 const std::uint64_t written = m_nWrittenEnd - m_nStreamStart;
                 const std::uint64_t heard = m_nStreamStart + (pending >= written ? 0 : written - pending);
                 m_nHeard = std::max(m_nHeard, heard);
+                m_nHeardMeasured = m_nHeard;
                 return;
             }
             state = snd_pcm_state(m_pPcm);
@@ -199,6 +347,8 @@ private:
             m_bStreamLost = true;
         } else if (state == SND_PCM_STATE_SUSPENDED) {
             Resume();
+        } else if (state == SND_PCM_STATE_DISCONNECTED) {
+            m_nDeviceError = -ENODEV;
         }
     }
 
@@ -220,7 +370,10 @@ private:
     void RestartStreamAt(std::uint64_t frame)
     {
         snd_pcm_drop(m_pPcm);
-        snd_pcm_prepare(m_pPcm);
+        if (const int error = snd_pcm_prepare(m_pPcm); error < 0)
+            m_nDeviceError = error;
+        else
+            m_nHeardMeasured = frame; // a real underrun: everything written was heard
         m_bStreamLost = false;
         m_nWrittenEnd = frame;
         m_nStreamStart = frame;
@@ -256,7 +409,8 @@ private:
         return chain;
     }
 
-    // Writes as much of the queue as ALSA takes now. False when the device failed for good. A lost
+    // Writes as much of the queue as ALSA takes now. False when the device failed (the error is in
+    // m_nDeviceError). A lost
     // stream is prepared anew at most once a call, so a device that keeps failing cannot make this
     // thread spin creating streams.
     bool WritePending()
@@ -275,7 +429,7 @@ private:
             const DWORD left = m_pWriting->dwBufferLength - m_dwWriteOffset;
             const std::size_t chunk = std::min<std::size_t>(left, kScratchBytes);
             ApplyVolume(reinterpret_cast<const BYTE*>(m_pWriting->lpData) + m_dwWriteOffset, m_scratch, chunk,
-                        GetVolume(), m_format.nChannels);
+                        GetVolume(), m_format.nChannels, BlockGain(m_pWriting));
             const snd_pcm_sframes_t written =
                 snd_pcm_writei(m_pPcm, m_scratch, static_cast<snd_pcm_uframes_t>(chunk / m_nFrameBytes));
             if (written == -EAGAIN) {
@@ -287,6 +441,7 @@ private:
                 UpdateHeard(); // resumes, or marks the stream lost; either way try again later
                 full = true;
             } else if (written < 0) {
+                m_nDeviceError = static_cast<int>(written);
                 return false;
             } else {
                 m_nWrittenEnd += static_cast<std::uint64_t>(written);
@@ -298,6 +453,8 @@ private:
                 }
             }
         }
+        if (m_nDeviceError < 0)
+            return false;
         if (wasPrepared && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING)
             m_nStreamStarts.fetch_add(1, std::memory_order_relaxed); // ALSA started it at the threshold
         return StartIfReady(full);
@@ -310,8 +467,10 @@ private:
         const bool tail = !m_pWriting && Clock::now() - m_tLastBlock >= kTailWait;
         if (!full && !tail && m_nWrittenEnd - m_nStreamStart < m_nStartFrames)
             return true;
-        if (snd_pcm_start(m_pPcm) < 0)
+        if (const int error = snd_pcm_start(m_pPcm); error < 0) {
+            m_nDeviceError = error;
             return false;
+        }
         m_nStreamStarts.fetch_add(1, std::memory_order_relaxed);
         return true;
     }
@@ -328,23 +487,27 @@ private:
         // Every block came back: the engine is at the end of a song. The delay a sound server
         // reports may run a few milliseconds short, so let the device play out what it holds
         // rather than cut the song's last sound.
-        if (m_queue.Empty() && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING) {
+        if (m_pPcm && m_queue.Empty() && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING) {
             snd_pcm_nonblock(m_pPcm, 0);
             snd_pcm_drain(m_pPcm);
             snd_pcm_nonblock(m_pPcm, 1);
         }
-        snd_pcm_drop(m_pPcm);
-        snd_pcm_prepare(m_pPcm);
+        if (m_pPcm) {
+            snd_pcm_drop(m_pPcm);
+            snd_pcm_prepare(m_pPcm);
+        }
         *handBack = m_queue.TakeAll();
         m_pWriting = nullptr;
         m_dwWriteOffset = 0;
         m_bStreamLost = false;
-        m_nQueuedEnd = m_nWrittenEnd = m_nStreamStart = m_nHeard = 0;
+        m_nQueuedEnd = m_nWrittenEnd = m_nStreamStart = m_nHeard = m_nHeardMeasured = 0;
     }
 
     void ApplyPause()
     {
         m_bPaused = m_bPauseWanted;
+        if (!m_pPcm)
+            return; // reconnecting: the new stream starts prepared, silent until resumed
         const snd_pcm_state_t state = snd_pcm_state(m_pPcm);
         if (m_bPaused && state == SND_PCM_STATE_RUNNING) {
             if (!m_bCanPause || snd_pcm_pause(m_pPcm, 1) < 0)
@@ -358,55 +521,66 @@ private:
     void Run()
     {
         SetHighestThreadPriority(pthread_self());
-        const MMRESULT opened = OpenPcm();
+        const OpenedPcm opened = OpenPcm(m_strDevice);
         std::unique_lock<std::mutex> lock(m_lock);
-        m_nOpenResult = opened;
+        m_nOpenResult = opened.nResult;
         m_bOpenDone = true;
         m_wake.notify_all();
-        if (opened != MMSYSERR_NOERROR)
+        if (!opened.pPcm)
             return;
+        Adopt(opened);
         while (!m_bClosing) {
             WAVEHDR* handBack = nullptr;
             bool acknowledge = false;
-            if (m_nHandled < m_nRequested) {
+            // Requests up to this ticket are answered by this round; later ones wait for the next.
+            const std::uint64_t ticket = m_nRequested;
+            if (m_nHandled < ticket) {
                 acknowledge = true;
                 if (m_bResetWanted) {
                     m_bResetWanted = false;
                     ResetAll(&handBack);
                 }
+                if (m_bSwitchWanted) {
+                    m_bSwitchWanted = false;
+                    SwitchDevice(lock);
+                }
                 if (m_bPauseWanted != m_bPaused)
                     ApplyPause();
             }
             if (!m_bDead) {
-                // Also while paused: what was heard up to the pause comes back, so the position
-                // stands where the sound stopped.
-                UpdateHeard();
-                if (!m_bPaused && !WritePending()) {
-                    m_bDead = true;
+                if (m_bReconnecting)
+                    TryReconnect(lock);
+                if (!m_bReconnecting && !m_bDead) {
+                    // Also while paused: what was heard up to the pause comes back, so the
+                    // position stands where the sound stopped.
+                    UpdateHeard();
+                    if (m_nDeviceError < 0 || (!m_bPaused && !WritePending()))
+                        OnDeviceFailure(m_nDeviceError < 0 ? m_nDeviceError : -EIO);
+                }
+                if (m_bDead) {
                     handBack = Append(handBack, m_queue.TakeAll());
                     m_pWriting = nullptr;
+                } else {
+                    handBack = Append(handBack, CollectHeard());
                 }
-                handBack = Append(handBack, CollectHeard());
             }
             if (acknowledge && !handBack) {
-                m_nHandled = m_nRequested;
+                m_nHandled = ticket;
                 m_wake.notify_all();
             }
             if (handBack) {
-                const std::uint64_t handled = m_nRequested;
                 lock.unlock();
                 HandBackChain(handBack);
                 lock.lock();
                 if (acknowledge) {
-                    m_nHandled = handled;
+                    m_nHandled = ticket;
                     m_wake.notify_all();
                 }
                 continue;
             }
             m_wake.wait_for(lock, WaitTime());
         }
-        snd_pcm_close(m_pPcm);
-        m_pPcm = nullptr;
+        ClosePcm();
     }
 
     static WAVEHDR* Append(WAVEHDR* chain, WAVEHDR* rest)
@@ -426,6 +600,8 @@ private:
     Clock::duration WaitTime() const
     {
         const WAVEHDR* front = m_queue.Front();
+        if (m_bReconnecting)
+            return std::clamp<Clock::duration>(m_tNextTry - Clock::now(), kMinWait, kIdleWait);
         if (m_bPaused || m_bDead || !front)
             return kIdleWait;
         if (m_bStreamLost)
@@ -439,7 +615,8 @@ private:
         return std::clamp<Clock::duration>(untilHeard, kMinWait, kIdleWait);
     }
 
-    const std::string m_strDevice;
+    std::string m_strDevice; // device thread only
+    const unsigned m_nRecoveryMs;
     snd_pcm_t* m_pPcm = nullptr;
     WAVEFORMATEX m_format{};
     DWORD m_nFrameBytes = 4;
@@ -449,10 +626,12 @@ private:
     std::thread m_thread;
     std::atomic<std::uint64_t> m_nUnderruns{0};
     std::atomic<std::uint64_t> m_nStreamStarts{0};
+    std::atomic<std::uint64_t> m_nRecoveries{0};
+    std::atomic<std::uint64_t> m_nSwitches{0};
 
     // m_lock guards everything below; ALSA itself is touched by the device thread only. Frame
     // numbers count from the last reset; a queued block's `reserved` is the frame it ends at.
-    std::mutex m_lock;
+    mutable std::mutex m_lock;
     std::condition_variable m_wake;
     CHeaderQueue m_queue;              // blocks not handed back yet, in order
     WAVEHDR* m_pWriting = nullptr;     // the block holding the write cursor, or null when all is written
@@ -461,6 +640,7 @@ private:
     std::uint64_t m_nWrittenEnd = 0;   // the write cursor
     std::uint64_t m_nStreamStart = 0;  // the frame ALSA's current stream began with
     std::uint64_t m_nHeard = 0;        // frames the listener has heard
+    std::uint64_t m_nHeardMeasured = 0; // m_nHeard as the device's delay last confirmed it
     Clock::time_point m_tLastBlock{};
     bool m_bStreamLost = false;        // ALSA dropped its stream: prepare anew at m_nHeard
     bool m_bOpenDone = false;
@@ -472,11 +652,21 @@ private:
     bool m_bDead = false;
     std::uint64_t m_nRequested = 0;
     std::uint64_t m_nHandled = 0;
+    std::string m_strSwitchTo;
+    bool m_bSwitchWanted = false;
+    MMRESULT m_nSwitchResult = MMSYSERR_NOERROR;
+    int m_nDeviceError = 0;            // negative errno of a failure noticed this round
+    bool m_bReconnecting = false;      // the device failed; it is opened again at m_tNextTry
+    int m_nFailError = 0;
+    Clock::duration m_retryStep{};
+    Clock::time_point m_tNextTry{};
+    Clock::time_point m_tGiveUp{};
+    char m_szFailure[kFailureBytes] = {};
 };
 
 } // namespace
 
-std::unique_ptr<CWaveOutDevice> CreateWaveOutAlsa(const std::string& deviceName)
+std::unique_ptr<CWaveOutDevice> CreateWaveOutAlsa(const std::string& deviceName, unsigned recoveryMs)
 {
-    return std::make_unique<CWaveOutAlsa>(deviceName);
+    return std::make_unique<CWaveOutAlsa>(deviceName, recoveryMs);
 }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
 
 #include "audio/WaveOut.h"
 
@@ -59,6 +60,14 @@ public:
     virtual MMRESULT Reset() = 0;
     virtual MMRESULT Close() = 0;
     virtual WaveOutStatistics Statistics() const { return {}; }
+    // Moves the sound to another device of the same backend (see waveOutSwitchDevice).
+    virtual MMRESULT SwitchTo(const std::string&) { return MMSYSERR_NOERROR; }
+    // Why the device stopped for good; empty while it works.
+    virtual void CopyFailure(char* text, std::size_t size) const
+    {
+        if (size > 0)
+            text[0] = 0;
+    }
 
     void SetCallback(HWAVEOUT handle, WaveOutCallback callback, DWORD_PTR instance)
     {
@@ -94,8 +103,11 @@ private:
     std::atomic<DWORD> m_dwVolume{0xFFFFFFFFu};
 };
 
-// Scales interleaved 16-bit PCM by the two channel levels of `volume` (mono uses the left level).
-void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels);
+// Scales interleaved 16-bit PCM by the two channel levels of `volume` (mono uses the left level)
+// and by the block gain `gain` (see BlockGain). With unity gain the volume alone scales, truncating as
+// it always did; with a gain both make one factor, rounded once and saturated at full scale.
+void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels,
+                 DWORD gain = WAVE_GAIN_UNITY);
 
 std::unique_ptr<CWaveOutDevice> CreateWaveOutNull(const WaveNullOptions& options);
-std::unique_ptr<CWaveOutDevice> CreateWaveOutAlsa(const std::string& deviceName);
+std::unique_ptr<CWaveOutDevice> CreateWaveOutAlsa(const std::string& deviceName, unsigned recoveryMs);

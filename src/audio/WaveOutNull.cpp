@@ -77,6 +77,13 @@ public:
         return MMSYSERR_NOERROR;
     }
 
+    void CopyFailure(char* text, std::size_t size) const override
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::snprintf(text, size, "%s",
+                      m_bDead ? "The sound device stopped: the null device was told to fail" : "");
+    }
+
 private:
     MMRESULT SetPaused(bool paused)
     {
@@ -105,7 +112,7 @@ private:
         const BYTE* data = reinterpret_cast<const BYTE*>(header->lpData);
         for (std::size_t done = 0; done < header->dwBufferLength;) {
             const std::size_t chunk = std::min<std::size_t>(kScratchBytes, header->dwBufferLength - done);
-            ApplyVolume(data + done, m_scratch, chunk, volume, m_format.nChannels);
+            ApplyVolume(data + done, m_scratch, chunk, volume, m_format.nChannels, BlockGain(header));
             if (m_pCaptureFile)
                 std::fwrite(m_scratch, 1, chunk, m_pCaptureFile);
             if (m_options.pCapture)
@@ -170,7 +177,7 @@ private:
     std::thread m_thread;
 
     // m_lock guards everything below.
-    std::mutex m_lock;
+    mutable std::mutex m_lock;
     std::condition_variable m_wake;
     CHeaderQueue m_queue;
     bool m_bPaused = false;

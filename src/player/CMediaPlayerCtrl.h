@@ -26,6 +26,11 @@
 // songTagsChanged(path). NotifyFileChanged(path) does the same at once, for hosts whose files sit
 // where changes are not notified. The playing audio is not disturbed: the engine follows its file.
 //
+// Listening choices beyond the classic control, each off until the host switches it on: ReplayGain
+// (SetReplayGain), the output device (SetOutputDevice, also while playing), recovery of a failed
+// device (SetDeviceRecovery, then deviceStopped when it does not come back), and remembering the
+// listener's ReplayGain and device in the settings store (SetRemembersPlaybackChoices).
+//
 // Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
 // lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
 // 100 ms limit; writers that miss the limit drop their update (the GUI never waits longer).
@@ -41,6 +46,8 @@
 #include <mutex>
 #include <sys/types.h>
 
+#include "audio/ReplayGain.h"
+#include "audio/WaveOut.h"
 #include "controls/CInterDragListBox.h"
 #include "controls/CSliderCtrlEx.h"
 #include "controls/PlaylistArrays.h"
@@ -210,6 +217,27 @@ public:
     // Default: the application folder and the private temporary folder.
     void SetHostFolders(const QString& appFolder, const QString& tempFolder);
 
+    // Listening choices (PlayerPlayback.cpp). ReplayGain of every song played, the playing one
+    // included (heard within the engine's ring, about 2 s). Default: off.
+    void SetReplayGain(const ReplayGainOptions& options);
+    ReplayGainOptions GetReplayGain() const { return m_replayGain; }
+    // What the playing song plays at (source None while ReplayGain is off).
+    ReplayGainApplied GetReplayGainApplied() const;
+    // The output device by ALSA name (empty, the default: the host's wave mapper). While a song
+    // plays it moves there at the position reached. 1 done; 0 when the device cannot be opened: the
+    // song plays on where it was, the choice is not taken and Error has the reason.
+    int SetOutputDevice(const QString& name);
+    QString GetOutputDevice() const { return m_strOutputDevice; }
+    static std::vector<WaveOutDeviceInfo> ListOutputDevices() { return waveOutListDevices(); }
+    // Seconds a failed sound device is tried again before the song ends with deviceStopped (0, the
+    // default: a failed device ends the song quietly, as the classic control does).
+    void SetDeviceRecovery(int seconds);
+    int GetDeviceRecovery() const { return m_nRecoverySeconds; }
+    // 1: the stored ReplayGain options and device are applied now and each change is stored, under
+    // GetRegSubKey() ("ReplayGainMode", "ReplayGainPreampDb", "ReplayGainPreventClipping",
+    // "ReplayGainFallbackDb", "OutputDevice"). Default 0: nothing is read or written.
+    void SetRemembersPlaybackChoices(int bRemember);
+
     // The progress timer's handler (id kProgressTimerId), public so hosts and tests can drive a tick.
     void OnTimer(int id);
 
@@ -224,6 +252,9 @@ signals:
     // A song could not be played: it would not open, or it ended without a sound and without a
     // length (not audio at all). `reason` is for the listener ("no such file", ...).
     void songFailed(const QString& path, const QString& reason);
+    // With device recovery on: the sound device failed and did not come back in time, so the song
+    // ended. `text` starts "The sound device stopped: ".
+    void deviceStopped(const QString& text);
 
 protected:
     int FindString(const CStringArray& arr, const char* s);
@@ -266,6 +297,11 @@ private:
     int RetitleEntry(const QString& path);
     // The toolbar's Pause button shows m_bPaused.
     void ShowPausedState();
+    // Hands the listening choices to the engine (after WMInit made it).
+    void ApplyPlaybackChoices();
+    void StorePlaybackChoices();
+    // At the end of a song: Error and deviceStopped when recovery is on and the device gave up.
+    void ReportDeviceFailure();
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).
@@ -332,6 +368,10 @@ private:
     QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off
     QSet<QString> m_setChangedFiles;          // changed since the last re-read
     QTimer m_tagTimer;                         // lets a writer finish before the tags are re-read
+    ReplayGainOptions m_replayGain;
+    QString m_strOutputDevice;
+    int m_nRecoverySeconds = 0;
+    bool m_bRemembersPlayback = false;
     int m_nDlgCtrlID = 0;
     bool m_bInitDone = false;
     bool m_bEngineReady = false;

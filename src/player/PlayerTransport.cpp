@@ -259,6 +259,7 @@ void CMediaPlayerCtrl::OnTimer(int id)
         const QString path = m_arrFiles.GetAt(m_nCurrentIndex);
         emit songFailed(path, UnplayableReason(path, nullptr));
     }
+    ReportDeviceFailure();
     const int n = count();
     // Without repeat, play deliberately ends after the last entry.
     if (m_bRepeat || n == 0 || currentRow() != n - 1)

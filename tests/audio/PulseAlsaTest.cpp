@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "AudioTestSupport.h"
+#include "PulseTestSupport.h"
 #include "support/PulseServer.h"
 #include "support/TestFolders.h"
 
@@ -48,80 +49,6 @@ private:
     std::atomic<bool> m_bStop{false};
     std::vector<std::thread> m_threads;
 };
-
-// A signal without a silent frame, so that the monitor's silence marks exactly where sound was.
-QByteArray Pattern(int frames)
-{
-    QByteArray pcm(frames * kFrameBytes, Qt::Uninitialized);
-    auto* samples = reinterpret_cast<qint16*>(pcm.data());
-    quint32 state = 12345;
-    for (int i = 0; i < frames * 2; ++i) {
-        state = state * 1103515245u + 12345u;
-        samples[i] = static_cast<qint16>(((state >> 16) % 20000) + 100) * ((i & 2) ? 1 : -1);
-    }
-    return pcm;
-}
-
-QByteArray Wav(const QByteArray& pcm)
-{
-    QByteArray wav;
-    auto put32 = [&](quint32 v) { wav.append(reinterpret_cast<const char*>(&v), 4); };
-    auto put16 = [&](quint16 v) { wav.append(reinterpret_cast<const char*>(&v), 2); };
-    wav.append("RIFF");
-    put32(36 + pcm.size());
-    wav.append("WAVEfmt ");
-    put32(16);
-    put16(1);
-    put16(2);
-    put32(kRate);
-    put32(kRate * kFrameBytes);
-    put16(kFrameBytes);
-    put16(16);
-    wav.append("data");
-    put32(pcm.size());
-    return wav + pcm;
-}
-
-// The recording cut into stretches of sound; silence between them is a pause, a seek or a gap.
-QList<QByteArray> SoundRuns(const QByteArray& captured)
-{
-    QList<QByteArray> runs;
-    qsizetype start = -1;
-    const auto* frames = reinterpret_cast<const quint32*>(captured.constData());
-    const qsizetype count = captured.size() / kFrameBytes;
-    for (qsizetype i = 0; i <= count; ++i) {
-        const bool sound = i < count && frames[i] != 0;
-        if (sound && start < 0)
-            start = i;
-        if (!sound && start >= 0) {
-            runs.append(captured.mid(start * kFrameBytes, (i - start) * kFrameBytes));
-            start = -1;
-        }
-    }
-    return runs;
-}
-
-qsizetype CommonPrefix(const QByteArray& a, const QByteArray& b)
-{
-    qsizetype n = 0;
-    const qsizetype limit = std::min(a.size(), b.size());
-    while (n < limit && a[n] == b[n])
-        ++n;
-    return n - n % kFrameBytes;
-}
-
-double FramesToMs(qsizetype frames)
-{
-    return 1000.0 * static_cast<double>(frames) / kRate;
-}
-
-std::string Describe(const QList<QByteArray>& runs)
-{
-    std::string text = "sound runs (ms):";
-    for (const QByteArray& run : runs)
-        text += " " + std::to_string(static_cast<int>(FramesToMs(run.size() / kFrameBytes)));
-    return text;
-}
 
 class PulseAlsa : public ::testing::Test
 {

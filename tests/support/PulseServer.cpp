@@ -18,33 +18,54 @@ ScopedPulseServer::ScopedPulseServer()
         return;
     }
     QFile::setPermissions(m_folder.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    m_bHadPreviousServer = qEnvironmentVariableIsSet("PULSE_SERVER");
+    m_previousServer = qgetenv("PULSE_SERVER");
+    qputenv("PULSE_SERVER", ServerAddress().toUtf8());
+    m_bStarted = StartDaemon();
+}
+
+bool ScopedPulseServer::StartDaemon()
+{
     const QStringList arguments{
         QStringLiteral("-D"), QStringLiteral("-n"), QStringLiteral("--exit-idle-time=-1"),
         QStringLiteral("--load=module-null-sink sink_name=nullsink rate=44100 channels=2 norewinds=1"),
         QStringLiteral("--load=module-native-protocol-unix auth-anonymous=1")};
     if (!RunTool(QStringLiteral("pulseaudio"), arguments, kStartTimeoutMs)) {
         m_strError = QStringLiteral("pulseaudio did not start");
-        return;
+        return false;
     }
-    m_bHadPreviousServer = qEnvironmentVariableIsSet("PULSE_SERVER");
-    m_previousServer = qgetenv("PULSE_SERVER");
-    qputenv("PULSE_SERVER", ServerAddress().toUtf8());
     QElapsedTimer timer;
     timer.start();
     while (!RunTool(QStringLiteral("pactl"), {QStringLiteral("info")}, 2000)) {
         if (timer.elapsed() > kStartTimeoutMs) {
             m_strError = QStringLiteral("pactl info never answered");
-            return;
+            return false;
         }
         QThread::msleep(50);
     }
-    m_bStarted = true;
+    return true;
+}
+
+bool ScopedPulseServer::Restart()
+{
+    Kill();
+    m_bStarted = StartDaemon();
+    return m_bStarted;
 }
 
 ScopedPulseServer::~ScopedPulseServer()
 {
     if (m_capture.state() != QProcess::NotRunning)
         StopCapture();
+    Kill();
+    if (m_bHadPreviousServer)
+        qputenv("PULSE_SERVER", m_previousServer);
+    else
+        qunsetenv("PULSE_SERVER");
+}
+
+void ScopedPulseServer::Kill()
+{
     if (m_folder.isValid() && RunTool(QStringLiteral("pulseaudio"), {QStringLiteral("--kill")}, kStartTimeoutMs)) {
         // --kill only signals; the folder can go once the daemon has cleaned up after itself.
         QElapsedTimer timer;
@@ -53,10 +74,7 @@ ScopedPulseServer::~ScopedPulseServer()
                timer.elapsed() < kStartTimeoutMs)
             QThread::msleep(20);
     }
-    if (m_bHadPreviousServer)
-        qputenv("PULSE_SERVER", m_previousServer);
-    else
-        qunsetenv("PULSE_SERVER");
+    m_bStarted = false;
 }
 
 QString ScopedPulseServer::ServerAddress() const

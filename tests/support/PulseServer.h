@@ -25,6 +25,10 @@ public:
     // Why the server could not start (empty when it runs).
     QString ErrorText() const { return m_strError; }
     QString ServerAddress() const;
+    // Ends the server as a crash or a user's restart would (clients lose their streams; a capture
+    // running stops recording); Restart starts it again at the same address.
+    void Kill();
+    bool Restart();
 
     // Starts recording the null sink's monitor; returns once data flows.
     bool StartCapture();
@@ -32,6 +36,7 @@ public:
     QByteArray StopCapture();
 
 private:
+    bool StartDaemon();
     QProcessEnvironment Environment() const;
     bool RunTool(const QString& program, const QStringList& arguments, int timeoutMs) const;
 

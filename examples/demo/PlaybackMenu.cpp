@@ -1,0 +1,74 @@
+#include "PlaybackMenu.h"
+
+#include <QActionGroup>
+#include <QInputDialog>
+
+#include "player/CMediaPlayerCtrl.h"
+
+PlaybackMenu::PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent) : QMenu(tr("Playback"), parent), m_player(player)
+{
+    // Built as it opens: the device list follows what is plugged in.
+    connect(this, &QMenu::aboutToShow, this, &PlaybackMenu::Rebuild);
+    Rebuild();
+}
+
+void PlaybackMenu::Rebuild()
+{
+    clear();
+    const ReplayGainOptions options = m_player->GetReplayGain();
+    addSection(tr("ReplayGain"));
+    auto* modes = new QActionGroup(this);
+    for (ReplayGainMode mode : {ReplayGainMode::Off, ReplayGainMode::Track, ReplayGainMode::Album}) {
+        QAction* action = addAction(ReplayGainModeName(mode));
+        action->setCheckable(true);
+        action->setChecked(options.eMode == mode);
+        modes->addAction(action);
+        connect(action, &QAction::triggered, this, [this, mode] {
+            ReplayGainOptions changed = m_player->GetReplayGain();
+            changed.eMode = mode;
+            m_player->SetReplayGain(changed);
+            emit replayGainChanged();
+        });
+    }
+    QAction* prevent = addAction(tr("Prevent clipping"));
+    prevent->setCheckable(true);
+    prevent->setChecked(options.bPreventClipping);
+    connect(prevent, &QAction::toggled, this, [this](bool on) {
+        ReplayGainOptions changed = m_player->GetReplayGain();
+        changed.bPreventClipping = on;
+        m_player->SetReplayGain(changed);
+        emit replayGainChanged();
+    });
+    auto askDb = [this](const QString& title, double ReplayGainOptions::*field) {
+        ReplayGainOptions changed = m_player->GetReplayGain();
+        bool ok = false;
+        const double db = QInputDialog::getDouble(parentWidget(), title, tr("Gain in dB:"), changed.*field, -20, 20, 1, &ok);
+        if (!ok)
+            return;
+        changed.*field = db;
+        m_player->SetReplayGain(changed);
+        emit replayGainChanged();
+    };
+    addAction(tr("Pre-amp (%1 dB)…").arg(options.dPreampDb, 0, 'f', 1), this,
+              [askDb, this] { askDb(tr("Pre-amp"), &ReplayGainOptions::dPreampDb); });
+    addAction(tr("Files without values (%1 dB)…").arg(options.dFallbackDb, 0, 'f', 1), this,
+              [askDb, this] { askDb(tr("Gain of files without values"), &ReplayGainOptions::dFallbackDb); });
+
+    addSection(tr("Output device"));
+    auto* devices = new QActionGroup(this);
+    const QString current = m_player->GetOutputDevice();
+    for (const WaveOutDeviceInfo& device : CMediaPlayerCtrl::ListOutputDevices()) {
+        const QString name = QString::fromStdString(device.strName);
+        const QString description = QString::fromStdString(device.strDescription);
+        QAction* action = addAction(description.isEmpty() ? name : QStringLiteral("%1 — %2").arg(name, description));
+        action->setCheckable(true);
+        action->setChecked(name == current || (current.isEmpty() && name == QLatin1String("default")));
+        devices->addAction(action);
+        connect(action, &QAction::triggered, this, [this, name] {
+            if (m_player->SetOutputDevice(name))
+                emit message(tr("Playing to %1").arg(name));
+            else
+                emit message(tr("Cannot open %1: %2").arg(name, m_player->m_strWork.section(QLatin1Char('\n'), -1)));
+        });
+    }
+}

@@ -1,0 +1,26 @@
+#pragma once
+// The demo host's "Playback" menu: ReplayGain mode, clipping prevention, pre-amp and the gain of
+// files without values, and the output device, all applied to the player control at once (the
+// control remembers them for the next session).
+
+#include <QMenu>
+
+class CMediaPlayerCtrl;
+
+class PlaybackMenu : public QMenu
+{
+    Q_OBJECT
+
+public:
+    PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent);
+
+signals:
+    // A choice was applied (for the now-playing panel) or refused (for the status bar).
+    void replayGainChanged();
+    void message(const QString& text);
+
+private:
+    void Rebuild();
+
+    CMediaPlayerCtrl* m_player;
+};
