@@ -37,6 +37,16 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     m_tagTimer.setSingleShot(true);
     m_tagTimer.setInterval(kTagSettleMs);
     connect(&m_tagTimer, &QTimer::timeout, this, [this] { RereadChangedFiles(); });
+    connect(&m_heardTimer, &QTimer::timeout, this, [this] { PollNextSong(); });
+    m_orderTimer.setSingleShot(true);
+    m_orderTimer.setInterval(0);
+    connect(&m_orderTimer, &QTimer::timeout, this, [this] { UpdateNextSong(); });
+    QAbstractItemModel* list = model();
+    connect(list, &QAbstractItemModel::rowsInserted, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::rowsRemoved, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::rowsMoved, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::modelReset, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::layoutChanged, this, [this] { OnPlayOrderChanged(); });
     AddBackgrounds();
     if (parent)
         QMetaObject::invokeMethod(this, [this] { Init(); }, Qt::QueuedConnection);
@@ -46,6 +56,8 @@ CMediaPlayerCtrl::~CMediaPlayerCtrl()
 {
     // The host may be half destroyed already (the control dies with its window): tell it nothing.
     blockSignals(true);
+    // The list's model outlives these members (QWidget deletes it) and reports its reset then.
+    disconnect(model(), nullptr, this, nullptr);
     OnDestroy();
     if (m_pVisualThread) {
         StopVisualThread();
@@ -137,6 +149,7 @@ BOOL CMediaPlayerCtrl::WMInit()
     m_pAudioPlayer->SetPaths(m_strAppFolder.isEmpty() ? ApplicationFolder() : m_strAppFolder,
                              m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder);
     m_bEngineReady = true;
+    RestoreGapless();
     return TRUE;
 }
 
@@ -243,6 +256,8 @@ void CMediaPlayerCtrl::OnClose()
 void CMediaPlayerCtrl::OnDestroy()
 {
     m_progressTimer.stop();
+    m_heardTimer.stop();
+    m_orderTimer.stop();
 }
 
 void CMediaPlayerCtrl::closeEvent(QCloseEvent* e)

@@ -13,7 +13,8 @@
 //
 // Notifications (posted CUserMessageEvent to the host window the control was placed in, wParam =
 // GetDlgCtrlID(), lParam = 0), each also emitted as a signal:
-//   1223 WM_PLAYER_SONG_STARTED  songStarted()     a song was started by PlayStart
+//   1223 WM_PLAYER_SONG_STARTED  songStarted()     a song was started by PlayStart (or, gapless,
+//                                                  the next song was heard)
 //   1224 WM_PLAYER_LIST_CLEARED  playlistCleared() ClearPlayList ran
 //   1226 WM_PLAYER_RIGHT_CLICK   rightClicked()    right button pressed on a non-empty list
 //
@@ -23,6 +24,13 @@
 // playing song, hands the new title, lyrics and cover to the visualization feed; then it emits
 // songTagsChanged(path). NotifyFileChanged(path) does the same at once, for hosts whose files sit
 // where changes are not notified. The playing audio is not disturbed: the engine follows its file.
+//
+// Gapless playback (SetGapless(1), off by default, kept in the settings as "Gapless"): while a song
+// plays, the song the play order brings next (Next's rules, shuffle and repeat as the timer would
+// apply them) is opened ahead and follows the current one without a gap. When its first block is
+// heard the control does what PlayStart does for a started song: index, selection, slider, 1223,
+// songStarted, title and tags to the visualization. A list change, a repeat or shuffle change, Stop
+// or PlayStart cancels or replaces it. Off: the end of a song is found by the timer, as always.
 //
 // Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
 // lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
@@ -111,8 +119,11 @@ public:
     BOOL IsStopped() const { return m_bStopped; }
     BOOL IsRepeat() const { return m_bRepeat; }
     BOOL IsShuffle() const { return m_bShuffle; }
-    void SetRepeatMode(int b) { m_bRepeat = b; }
-    void SetShuflleMode(int b) { m_bShuffle = b; }
+    void SetRepeatMode(int b) { m_bRepeat = b; OnPlayOrderChanged(); }
+    void SetShuflleMode(int b) { m_bShuffle = b; OnPlayOrderChanged(); }
+    // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
+    void SetGapless(int bGapless);
+    BOOL IsGapless() const { return m_bGapless; }
     long GetVolume();
     void SetVolume(long v);
     void ProcessTrackbar(unsigned code, unsigned position);
@@ -253,6 +264,19 @@ private:
     int RetitleEntry(const QString& path);
     // The toolbar's Pause button shows m_bPaused.
     void ShowPausedState();
+    // What PlayStart does once a song plays: slider, timer, notification, visualization.
+    void ShowStartedSong(const QString& path);
+    // PlayStart's shuffle draw: an entry other than `current` of `n`, after 41 attempts any.
+    int PickShuffled(int current, int n) const;
+    // Gapless playback (PlayerGapless.cpp).
+    void RestoreGapless();
+    QString ChooseNextSong(int* index);
+    void UpdateNextSong();
+    // True when the song could not be dropped any more: it was heard and is shown as playing now.
+    bool DropNextSong();
+    void PollNextSong();
+    void ShowHeardSong(int index, const QString& path);
+    void OnPlayOrderChanged();
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).
@@ -318,6 +342,11 @@ private:
     QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off
     QSet<QString> m_setChangedFiles;          // changed since the last re-read
     QTimer m_tagTimer;                         // lets a writer finish before the tags are re-read
+    bool m_bGapless = false;
+    int m_nNextIndex = -1;  // entry of the song prepared in the engine
+    QString m_strNextPath;  // its path; empty when none is prepared
+    QTimer m_heardTimer;    // polls the engine from the join until the next song is heard
+    QTimer m_orderTimer;    // chooses the next song again once a list change has settled
     int m_nDlgCtrlID = 0;
     bool m_bInitDone = false;
     bool m_bEngineReady = false;
