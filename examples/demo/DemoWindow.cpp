@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
@@ -25,6 +27,7 @@
 #include "player/CMediaPlayerCtrl.h"
 #include "player/CMediaPlayerToolbar.h"
 #include "song/CId3Tag.h"
+#include "visual/CRegistry.h"
 
 namespace {
 
@@ -90,6 +93,7 @@ DemoWindow::DemoWindow()
     UpdateExternalActions();
 
     BuildTransportBar();
+    BuildPlaybackMenu();
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);
@@ -112,6 +116,20 @@ DemoWindow::DemoWindow()
 }
 
 DemoWindow::~DemoWindow() = default;
+
+void DemoWindow::BuildPlaybackMenu()
+{
+    // Gapless playback is this host's default; a listener's own choice is kept by the control.
+    RegistryValue stored;
+    if (!CRegistry().Read(m_player->GetRegSubKey(), "Gapless", stored))
+        m_player->SetGapless(1);
+    QMenu* playback = menuBar()->addMenu(tr("Playback"));
+    QAction* gapless = playback->addAction(tr("Gapless playback"));
+    gapless->setCheckable(true);
+    gapless->setChecked(m_player->IsGapless());
+    gapless->setToolTip(tr("Play the next song right after the last sample of this one"));
+    connect(gapless, &QAction::toggled, this, [this](bool on) { m_player->SetGapless(on); });
+}
 
 void DemoWindow::BuildTransportBar()
 {

@@ -34,6 +34,7 @@ protected:
 
 private:
     void BuildTransportBar();
+    void BuildPlaybackMenu();
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
