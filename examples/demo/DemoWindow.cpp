@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
@@ -127,6 +129,10 @@ DemoWindow::DemoWindow()
             [this](const QString& text) { statusBar()->showMessage(text, 10000); });
 
     centralLayout->addWidget(BuildTransportBar());
+    // Gapless playback is this host's default; a listener's own choice is kept by the control.
+    RegistryValue stored;
+    if (!CRegistry().Read(m_player->GetRegSubKey(), "Gapless", stored))
+        m_player->SetGapless(1);
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);

@@ -15,6 +15,11 @@ PlaybackMenu::PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent) : QMenu(tr
 void PlaybackMenu::Rebuild()
 {
     clear();
+    QAction* gapless = addAction(tr("Gapless playback"));
+    gapless->setCheckable(true);
+    gapless->setChecked(m_player->IsGapless());
+    gapless->setToolTip(tr("Play the next song right after the last sample of this one"));
+    connect(gapless, &QAction::toggled, this, [this](bool on) { m_player->SetGapless(on); });
     const ReplayGainOptions options = m_player->GetReplayGain();
     addSection(tr("ReplayGain"));
     auto* modes = new QActionGroup(this);

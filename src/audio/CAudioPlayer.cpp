@@ -102,6 +102,7 @@ HRESULT CAudioPlayer::Init()
         Release();
         return E_OUTOFMEMORY;
     }
+    m_pReader->SetTrimEndPadding(m_bGapless);
     // A stop must not wait for the reader decoding its way back into a re-encoded file.
     m_pReader->SetCancelCheck(
         [](void* player) { return static_cast<CAudioPlayer*>(player)->m_nCommand.load() == kEngineStop; }, this);
@@ -213,6 +214,7 @@ HRESULT CAudioPlayer::Close()
         Stop();
     if (!m_pReader)
         return E_UNEXPECTED;
+    DropNext();
     delete[] m_pwszFileName;
     m_pwszFileName = nullptr;
     const HRESULT hr = m_pReader->Close();
@@ -226,6 +228,8 @@ HRESULT CAudioPlayer::Release()
     Close();
     delete m_pReader;
     m_pReader = nullptr;
+    delete m_pNextReader;
+    m_pNextReader = nullptr;
     delete[] m_pwszFileName;
     m_pwszFileName = nullptr;
     FreeBuffers();
@@ -450,6 +454,14 @@ HRESULT CAudioPlayer::Play(QWORD start)
 
 HRESULT CAudioPlayer::Stop()
 {
+    const HRESULT hr = StopThread();
+    if (m_pReader)
+        DropNext();
+    return hr;
+}
+
+HRESULT CAudioPlayer::StopThread()
+{
     if (!m_pReader)
         return E_UNEXPECTED;
     if (!m_hDecodeThread)
@@ -526,6 +538,12 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
         self->m_dwPositionSeconds.store(static_cast<DWORD>(position / kUnitsPerSecond), std::memory_order_relaxed);
         next = header == &headers[self->m_nBlockCount - 1] ? &headers[0] : header + 1;
     }
+    // The block with the next song's first sample was heard: the control shows that song now.
+    if (header == self->m_pJoinBlock.load(std::memory_order_acquire)) {
+        int joined = kNextJoined;
+        if (self->m_nNextSong.compare_exchange_strong(joined, kNextHeard, std::memory_order_acq_rel))
+            self->m_pJoinBlock.store(nullptr, std::memory_order_release);
+    }
     if (nextQueued && self->m_pSamples)
         std::memcpy(self->m_pSamples, next->lpData, self->m_dwBlockSize);
     self->m_hBlockDone->Set();
@@ -546,6 +564,7 @@ EngineWaitResult CAudioPlayer::WaitForCommand()
     const HWAVEOUT device = m_hWaveOut;
     switch (m_nCommand.load()) {
     case kEngineStop:
+        m_pJoinBlock.store(nullptr, std::memory_order_release); // blocks handed back now were not heard
         waveOutReset(device);
         return kWaitStop;
     case kEnginePause:
@@ -563,6 +582,8 @@ EngineWaitResult CAudioPlayer::WaitForCommand()
         waveOutReset(device);
         return kWaitStop;
     case kEngineSeek: {
+        // The slider belongs to the song heard: a joined song not heard yet waits again.
+        UnjoinNextSong();
         if (waveOutReset(device) != MMSYSERR_NOERROR)
             return kWaitStop;
         int tries = 0;
@@ -571,7 +592,7 @@ EngineWaitResult CAudioPlayer::WaitForCommand()
                 break;
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        const HRESULT hr = m_pReader->SetRange(m_qwStartTime, 0);
+        const HRESULT hr = m_pDecodingReader->SetRange(m_qwStartTime, 0);
         if (SUCCEEDED(hr) && tries < kSeekDrainTries) {
             m_bPaused = FALSE;
             return kWaitRestartAtSeek;
@@ -589,7 +610,9 @@ void CAudioPlayer::DecodeThread()
     const DWORD bytesPerSecond = m_pWaveFormat->nAvgBytesPerSec;
     const QWORD blockTime = static_cast<QWORD>(m_dwBlockSize) * kUnitsPerSecond / bytesPerSecond;
     auto* headers = reinterpret_cast<WAVEHDR*>(m_pBlocks);
-    const WORD stream = static_cast<WORD>(m_dwAudioOutput & 0xFFFFu); // the output number, deliberately
+    m_pDecodingReader = m_pReader;
+    m_wDecodingStream = static_cast<WORD>(m_dwAudioOutput & 0xFFFFu); // the output number, deliberately
+    m_pJoinBlock.store(nullptr, std::memory_order_release);
 
     {
         std::lock_guard<std::mutex> guard(m_csLock);
@@ -600,12 +623,22 @@ void CAudioPlayer::DecodeThread()
     bool prebuffering = true;
     waveOutPause(device);
 
-    HRESULT hr = m_pReader->SetRange(m_qwStartTime, 0);
+    HRESULT hr = m_pDecodingReader->SetRange(m_qwStartTime, 0);
     bool stopping = false;
     while (SUCCEEDED(hr) && !stopping) {
         CMediaSample* sample = nullptr;
         QWORD time = 0;
-        hr = m_pReader->GetNextSample(stream, &sample, &time);
+        hr = m_pDecodingReader->GetNextSample(m_wDecodingStream, &sample, &time);
+        if (hr == NS_E_NO_MORE_SAMPLES && JoinNextSong(&headers[m_nCurrentBlock])) {
+            // The next song fills the rest of this block. Its times start at 0 here, so the block's
+            // first-byte time wraps below 0 and its end lands on the right place in the new song.
+            hr = S_OK;
+            continue;
+        }
+        if (hr == NS_E_NO_MORE_SAMPLES && AwaitNextSong(&prebuffering)) {
+            hr = S_OK;
+            continue;
+        }
         if (FAILED(hr))
             break;
         BYTE* data = nullptr;

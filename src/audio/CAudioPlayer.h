@@ -22,6 +22,13 @@
 // - ReplayGain, the output device and device recovery are off or empty by default; the UI thread sets
 //   them. The decoding thread reads the block gain (an atomic) as it queues each block; the device
 //   moves through waveOutSwitchDevice, whose wait is bounded (5 s).
+// - Gapless playback (PrepareNext and the rest, below): m_nNextSong says who owns the next reader.
+//   kNextNone, kNextReady: the control's thread (Ready hands it to the decoding thread, which may join
+//   it at the end of the open song: Ready -> Joined, one compare-and-swap). Joined, Reverting: the
+//   decoding thread reads it; the one that ended stays open for a seek back into it. Heard (set by
+//   the device callback, Joined -> Heard, when the block holding its first sample comes back): the
+//   control's thread takes it over with TakeHeardSong; the decoding thread goes on reading it.
+//   The callback only compares the block against m_pJoinBlock and swaps the state; no lock.
 
 #include <QString>
 #include <atomic>
@@ -102,6 +109,23 @@ public:
     // "The sound device stopped: ..." when the last playback ended because its device failed;
     // else empty. Read it once m_bPlaying is FALSE.
     const char* GetDeviceFailure() const { return m_szDeviceFailure; }
+    // Gapless playback: the song that follows the open one, its first sample right after the open
+    // song's last one, in the same stream. Nothing changes unless the host calls these.
+    enum NextSongState { kNextNone = 0, kNextReady = 1, kNextJoined = 2, kNextHeard = 3, kNextReverting = 4 };
+    // On: the reader also trims the encoder's padding that MP4 containers mark at the end (their
+    // edit list), from the next Open on. Delay and padding that FFmpeg trims itself (LAME/Xing
+    // headers, Opus pre-skip, edit-list priming) are trimmed either way.
+    void SetGapless(bool bGapless);
+    // Opens the song that follows (kNextReady). Replaces one that is only prepared; E_UNEXPECTED
+    // once one is joined or heard and not yet taken.
+    HRESULT PrepareNext(const char* fileName);
+    int GetNextState() const;
+    // Heard: makes it the open song (reader, output, duration, name) and returns true.
+    bool TakeHeardSong();
+    // Drops the next song. Joined already: the open song starts again at the position heard, without
+    // it. S_FALSE: too late, it was heard and plays; TakeHeardSong (if it still answers true) makes
+    // it the open song.
+    HRESULT CancelNext();
 
     QString m_strAppPath;
     QString m_strTempPath;
@@ -133,6 +157,14 @@ public:
     CMediaReader* m_pReader = nullptr;
 
 private:
+    HRESULT StopThread();
+    HRESULT ConfigureNextOutput();
+    void ReadNextDuration();
+    void DropNext();
+    bool JoinNextSong(WAVEHDR* currentBlock);
+    void UnjoinNextSong();
+    bool AwaitNextSong(bool* prebuffering);
+
     HRESULT RetrieveFileInfo();
     HRESULT GetHeaderAttribute(const char16_t* name, BYTE** value);
     HRESULT GetAudioOutput();
@@ -160,4 +192,18 @@ private:
     std::string m_strOutputDevice;
     unsigned m_nRecoveryMs = 0;
     char m_szDeviceFailure[256] = {};
+
+    // The next song (owned as m_nNextSong says).
+    bool m_bGapless = false;
+    CMediaReader* m_pNextReader = nullptr;
+    WCHAR* m_pwszNextFileName = nullptr;
+    DWORD m_dwNextAudioOutput = 0;
+    QWORD m_qwNextDuration = 0;
+    bool m_bNextHasDuration = false;
+    std::atomic<int> m_nNextSong{kNextNone};
+    std::atomic<WAVEHDR*> m_pJoinBlock{nullptr}; // holds the next song's first sample, while joined
+    // Decoding thread only.
+    CMediaReader* m_pDecodingReader = nullptr;
+    CMediaReader* m_pFinishedReader = nullptr;
+    WORD m_wDecodingStream = 0;
 };

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -52,6 +53,16 @@ bool IsDurationName(const char16_t* name)
         if (name[i] == 0)
             return true;
     }
+}
+
+// Where the audio of an MP4 track ends when its encoder padded the last frame: the track's duration
+// (its edit list, as FFmpeg reads it), in samples from the start; -1 when nothing says so.
+std::int64_t PaddedEnd(const AVFormatContext* format, const AVStream* stream)
+{
+    const int rate = stream->codecpar->sample_rate;
+    if (!format->iformat || !std::strstr(format->iformat->name, "mp4") || stream->duration <= 0 || rate <= 0)
+        return -1;
+    return av_rescale_q(stream->duration, stream->time_base, AVRational{1, rate});
 }
 
 int ReadFromFile(void* opaque, uint8_t* buffer, int size)
@@ -115,6 +126,8 @@ struct CMediaReader::Impl
     bool bDecoderDrained = false;
     bool bResamplerFlushed = false;
     bool bEnded = false; // the file went away or could not be read again: the song is over
+    std::atomic<bool> bTrimEnd{false}; // set from the control's thread while the decoding thread reads
+    std::int64_t nEndSample = -1; // first source sample not to deliver (counted from the stream's start)
     CMediaReader::CancelCheck pCancel = nullptr;
     void* pCancelContext = nullptr;
 
@@ -271,8 +284,8 @@ struct CMediaReader::Impl
         if (frame->nb_samples <= 0 || frame->sample_rate <= 0 || !ConfigureResampler(frame))
             return 0;
         int skip = 0;
+        const AVStream* stream = pFormat->streams[nStream];
         if (bTrimming) {
-            const AVStream* stream = pFormat->streams[nStream];
             const std::int64_t pts = frame->best_effort_timestamp;
             if (pts != AV_NOPTS_VALUE) {
                 const std::int64_t origin = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
@@ -296,7 +309,14 @@ struct CMediaReader::Impl
         const int stride = planar ? bytesPerSample : bytesPerSample * frame->ch_layout.nb_channels;
         for (int p = 0; p < planes && p < AV_NUM_DATA_POINTERS; ++p)
             input[p] = frame->extended_data[p] + static_cast<std::ptrdiff_t>(skip) * stride;
-        return Resample(input, frame->nb_samples - skip);
+        int count = frame->nb_samples - skip;
+        if (nEndSample >= 0 && frame->best_effort_timestamp != AV_NOPTS_VALUE) {
+            const std::int64_t origin = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
+            const std::int64_t first = av_rescale_q(frame->best_effort_timestamp - origin, stream->time_base,
+                                                    AVRational{1, frame->sample_rate}) + skip;
+            count = static_cast<int>(std::clamp<std::int64_t>(nEndSample - first, 0, count));
+        }
+        return count > 0 ? Resample(input, count) : 0;
     }
 
     int Resample(const uint8_t** input, int count)
@@ -344,6 +364,7 @@ struct CMediaReader::Impl
             nStream = -1;
             return hr;
         }
+        nEndSample = bTrimEnd ? PaddedEnd(pFormat, pFormat->streams[nStream]) : -1;
         return S_OK;
     }
 
@@ -610,6 +631,11 @@ HRESULT CMediaReader::GetNextSample(WORD stream, CMediaSample** sample, QWORD* s
         }
         return NS_E_NO_MORE_SAMPLES;
     }
+}
+
+void CMediaReader::SetTrimEndPadding(bool bTrim)
+{
+    m_pImpl->bTrimEnd = bTrim;
 }
 
 void CMediaReader::SetCancelCheck(CancelCheck check, void* context)

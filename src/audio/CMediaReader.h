@@ -82,6 +82,11 @@ public:
     using CancelCheck = bool (*)(void* context);
     void SetCancelCheck(CancelCheck check, void* context);
 
+    // On: the padding an MP4 encoder added after the last sample (beyond the track's edit-list
+    // duration) is not delivered. Applies from the next Open (or SetMediaType) on. Any thread may
+    // call it, also while another one reads samples.
+    void SetTrimEndPadding(bool bTrim);
+
     // How many times the open file was rewritten in place and the reader followed its audio bytes
     // (safe to ask from any thread).
     int FileChangesFollowed() const;

@@ -35,6 +35,16 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     m_tagTimer.setSingleShot(true);
     m_tagTimer.setInterval(kTagSettleMs);
     connect(&m_tagTimer, &QTimer::timeout, this, [this] { RereadChangedFiles(); });
+    connect(&m_heardTimer, &QTimer::timeout, this, [this] { PollNextSong(); });
+    m_orderTimer.setSingleShot(true);
+    m_orderTimer.setInterval(0);
+    connect(&m_orderTimer, &QTimer::timeout, this, [this] { UpdateNextSong(); });
+    QAbstractItemModel* list = model();
+    connect(list, &QAbstractItemModel::rowsInserted, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::rowsRemoved, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::rowsMoved, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::modelReset, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::layoutChanged, this, [this] { OnPlayOrderChanged(); });
     AddBackgrounds();
     if (parent)
         QMetaObject::invokeMethod(this, [this] { Init(); }, Qt::QueuedConnection);
@@ -44,6 +54,8 @@ CMediaPlayerCtrl::~CMediaPlayerCtrl()
 {
     // The host may be half destroyed already (the control dies with its window): tell it nothing.
     blockSignals(true);
+    // The list's model outlives these members (QWidget deletes it) and reports its reset then.
+    disconnect(model(), nullptr, this, nullptr);
     OnDestroy();
     if (m_pVisualThread) {
         StopVisualThread();
@@ -136,6 +148,7 @@ BOOL CMediaPlayerCtrl::WMInit()
                              m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder);
     m_bEngineReady = true;
     ApplyPlaybackChoices();
+    RestoreGapless();
     return TRUE;
 }
 
@@ -242,6 +255,8 @@ void CMediaPlayerCtrl::OnClose()
 void CMediaPlayerCtrl::OnDestroy()
 {
     m_progressTimer.stop();
+    m_heardTimer.stop();
+    m_orderTimer.stop();
 }
 
 void CMediaPlayerCtrl::closeEvent(QCloseEvent* e)

@@ -16,6 +16,7 @@
 // to its top-level window: a QMainWindow host whose control sits in a central widget gets them in that
 // widget; wParam = GetDlgCtrlID(), lParam = 0), each also emitted as a signal, which any object can take:
 //   1223 WM_PLAYER_SONG_STARTED  songStarted()     a song was started by PlayStart
+//                                                  (or, gapless, the next song was heard)
 //   1224 WM_PLAYER_LIST_CLEARED  playlistCleared() ClearPlayList ran
 //   1226 WM_PLAYER_RIGHT_CLICK   rightClicked()    right button pressed on a non-empty list
 //
@@ -30,6 +31,12 @@
 // (SetReplayGain), the output device (SetOutputDevice, also while playing), recovery of a failed
 // device (SetDeviceRecovery, then deviceStopped when it does not come back), and remembering the
 // listener's ReplayGain and device in the settings store (SetRemembersPlaybackChoices).
+// Gapless playback (SetGapless(1), off by default, kept in the settings as "Gapless"): while a song
+// plays, the song the play order brings next (Next's rules, shuffle and repeat as the timer would
+// apply them) is opened ahead and follows the current one without a gap. When its first block is
+// heard the control does what PlayStart does for a started song: index, selection, slider, 1223,
+// songStarted, title and tags to the visualization. A list change, a repeat or shuffle change, Stop
+// or PlayStart cancels or replaces it. Off: the end of a song is found by the timer, as always.
 //
 // Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
 // lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
@@ -124,8 +131,11 @@ public:
     BOOL IsStopped() const { return m_bStopped; }
     BOOL IsRepeat() const { return m_bRepeat; }
     BOOL IsShuffle() const { return m_bShuffle; }
-    void SetRepeatMode(int b) { m_bRepeat = b; }
-    void SetShuflleMode(int b) { m_bShuffle = b; }
+    void SetRepeatMode(int b) { m_bRepeat = b; OnPlayOrderChanged(); }
+    void SetShuflleMode(int b) { m_bShuffle = b; OnPlayOrderChanged(); }
+    // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
+    void SetGapless(int bGapless);
+    BOOL IsGapless() const { return m_bGapless; }
     // 0..100 with 100 the loudest.
     long GetVolume();
     // 0..100 inverted on purpose: 0 is the loudest and 100 silence, as the volume slider counts.
@@ -302,6 +312,19 @@ private:
     void StorePlaybackChoices();
     // At the end of a song: Error and deviceStopped when recovery is on and the device gave up.
     void ReportDeviceFailure();
+    // What PlayStart does once a song plays: slider, timer, notification, visualization.
+    void ShowStartedSong(const QString& path);
+    // PlayStart's shuffle draw: an entry other than `current` of `n`, after 41 attempts any.
+    int PickShuffled(int current, int n) const;
+    // Gapless playback (PlayerGapless.cpp).
+    void RestoreGapless();
+    QString ChooseNextSong(int* index);
+    void UpdateNextSong();
+    // True when the song could not be dropped any more: it was heard and is shown as playing now.
+    bool DropNextSong();
+    void PollNextSong();
+    void ShowHeardSong(int index, const QString& path);
+    void OnPlayOrderChanged();
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).
@@ -372,6 +395,11 @@ private:
     QString m_strOutputDevice;
     int m_nRecoverySeconds = 0;
     bool m_bRemembersPlayback = false;
+    bool m_bGapless = false;
+    int m_nNextIndex = -1;  // entry of the song prepared in the engine
+    QString m_strNextPath;  // its path; empty when none is prepared
+    QTimer m_heardTimer;    // polls the engine from the join until the next song is heard
+    QTimer m_orderTimer;    // chooses the next song again once a list change has settled
     int m_nDlgCtrlID = 0;
     bool m_bInitDone = false;
     bool m_bEngineReady = false;

@@ -42,18 +42,7 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
     const int n = count();
     if (m_bShuffle && n >= 1) {
         const int c = currentRow();
-        int k = 0;
-        std::int32_t s = 10000;
-        for (int attempt = 0; attempt <= 40; ++attempt) {
-            const std::uint32_t t = (attempt % 2 == 1) ? TickCount() : static_cast<std::uint32_t>(std::time(nullptr));
-            MsvcSrand(static_cast<unsigned>(s) + t);
-            const std::int32_t r = (MsvcRand() << 16) | MsvcRand();
-            k = r % n;
-            if (k != c)
-                break;
-            s = (attempt + 1) * 343 + 5000;
-        }
-        // After the last attempt k is taken even when it equals c: a one-song list replays itself.
+        const int k = PickShuffled(c, n);
         if (c >= 0 && c < n)
             item(c)->setSelected(false);
         // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
@@ -71,6 +60,10 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         m_bPlaying = 0;
         return 0;
     }
+    // Opening another song drops the one prepared to follow (the engine closes it).
+    m_heardTimer.stop();
+    m_nNextIndex = -1;
+    m_strNextPath.clear();
     const QByteArray narrow = path.toUtf8();
     HRESULT hr = m_pAudioPlayer->Open(narrow.constData());
     if (SUCCEEDED(hr))
@@ -81,6 +74,30 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         emit songFailed(path, UnplayableReason(path, m_pAudioPlayer->m_szError));
         return 0;
     }
+    ShowStartedSong(path);
+    UpdateNextSong();
+    return 1;
+}
+
+int CMediaPlayerCtrl::PickShuffled(int current, int n) const
+{
+    int k = 0;
+    std::int32_t s = 10000;
+    for (int attempt = 0; attempt <= 40; ++attempt) {
+        const std::uint32_t t = (attempt % 2 == 1) ? TickCount() : static_cast<std::uint32_t>(std::time(nullptr));
+        MsvcSrand(static_cast<unsigned>(s) + t);
+        const std::int32_t r = (MsvcRand() << 16) | MsvcRand();
+        k = r % n;
+        if (k != current)
+            break;
+        s = (attempt + 1) * 343 + 5000;
+    }
+    // After the last attempt k is taken even when it equals current: a one-song list replays itself.
+    return k;
+}
+
+void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
+{
     m_bPlaying = 1;
     m_bStopped = 0;
     m_bFailureReported = false;
@@ -104,7 +121,6 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         m_pVisualThread->SetVisualState(m_nVisualSaved);
     }
     RemoveStalePictures();
-    return 1;
 }
 
 int CMediaPlayerCtrl::Play()
@@ -165,6 +181,7 @@ int CMediaPlayerCtrl::Stop()
         }
     }
     m_progressTimer.stop();
+    DropNextSong();
     if (m_Trackbar) {
         m_Trackbar->SetPos(0);
         m_Trackbar->setEnabled(false);
@@ -235,6 +252,7 @@ void CMediaPlayerCtrl::OnTimer(int id)
 {
     if (!m_pAudioPlayer || m_pAudioPlayer->m_bPaused)
         return;
+    PollNextSong();
     if (!m_bUpdateProgress || id != kProgressTimerId) {
         // The first tick after a start or after a slider drag only re-enables the updates.
         if (m_bTrackReleased)

@@ -1,0 +1,162 @@
+// Gapless playback (SetGapless): while a song plays, the song the play order brings next is opened
+// ahead in the engine, which plays its first sample right after the last one of the current song.
+// The control shows the new song when the device hands back its first block, as PlayStart does.
+//
+// All of it runs on the GUI thread. The engine reports the hand-over through GetNextState; the
+// control looks every progress tick and, in the last seconds of a song, every few milliseconds.
+#include <QTimer>
+
+#include "audio/CAudioPlayer.h"
+#include "player/CMediaPlayerCtrl.h"
+#include "visual/CRegistry.h"
+
+namespace {
+
+constexpr int kHeardPollMs = 5;
+constexpr QWORD kCloseToEndUnits = 30000000; // 3 s
+
+} // namespace
+
+void CMediaPlayerCtrl::SetGapless(int bGapless)
+{
+    m_bGapless = bGapless != 0;
+    if (m_pAudioPlayer)
+        m_pAudioPlayer->SetGapless(m_bGapless);
+    CRegistry registry;
+    DWORD value = m_bGapless ? 1u : 0u;
+    registry.WriteDWORD(m_strRegSubKey.toUtf8().constData(), "Gapless", &value);
+    UpdateNextSong();
+}
+
+void CMediaPlayerCtrl::RestoreGapless()
+{
+    CRegistry registry;
+    RegistryValue value;
+    DWORD stored = 0;
+    if (registry.Read(m_strRegSubKey.toUtf8().constData(), "Gapless", value) && CRegistry::GetDWORD(value, &stored))
+        m_bGapless = stored != 0;
+    if (m_pAudioPlayer)
+        m_pAudioPlayer->SetGapless(m_bGapless);
+}
+
+QString CMediaPlayerCtrl::ChooseNextSong(int* index)
+{
+    const int n = count();
+    if (n == 0 || m_arrFiles.GetSize() < n)
+        return QString();
+    // The timer's rule: without repeat, play ends after the last entry.
+    if (!m_bRepeat && currentRow() == n - 1)
+        return QString();
+    int k = (m_nCurrentIndex >= 0 && m_nCurrentIndex + 1 < n) ? m_nCurrentIndex + 1 : 0;
+    if (m_bShuffle) {
+        // Next moves the selection to k before PlayStart draws a different entry.
+        const int prepared = m_strNextPath.isEmpty() ? -1 : m_arrFiles.Items().indexOf(m_strNextPath);
+        k = (prepared >= 0 && prepared < n && prepared != k) ? prepared : PickShuffled(k, n);
+    }
+    *index = k;
+    return m_arrFiles.GetAt(k);
+}
+
+void CMediaPlayerCtrl::UpdateNextSong()
+{
+    if (!m_pAudioPlayer || !m_bEngineReady)
+        return;
+    int index = -1;
+    QString wanted;
+    if (m_bGapless && !m_bStopped && m_pAudioPlayer->m_bPlaying && m_pAudioPlayer->m_hDecodeThread)
+        wanted = ChooseNextSong(&index);
+    if (!m_strNextPath.isEmpty() && wanted == m_strNextPath &&
+        m_pAudioPlayer->GetNextState() != CAudioPlayer::kNextNone) {
+        m_nNextIndex = index;
+        return;
+    }
+    if (DropNextSong()) {
+        UpdateNextSong(); // the dropped song had been heard: choose again from it
+        return;
+    }
+    if (wanted.isEmpty())
+        return;
+    if (SUCCEEDED(m_pAudioPlayer->PrepareNext(wanted.toUtf8().constData()))) {
+        m_nNextIndex = index;
+        m_strNextPath = wanted;
+        PollNextSong();
+    }
+    // Otherwise the song ends as without the option and the timer moves on.
+}
+
+bool CMediaPlayerCtrl::DropNextSong()
+{
+    m_heardTimer.stop();
+    if (!m_pAudioPlayer || (m_strNextPath.isEmpty() && m_pAudioPlayer->GetNextState() == CAudioPlayer::kNextNone)) {
+        m_nNextIndex = -1;
+        m_strNextPath.clear();
+        return false;
+    }
+    const int index = m_nNextIndex;
+    const QString path = m_strNextPath;
+    m_nNextIndex = -1;
+    m_strNextPath.clear();
+    if (m_pAudioPlayer->CancelNext() == S_FALSE && !path.isEmpty()) {
+        m_pAudioPlayer->TakeHeardSong(); // it was heard before it could be cancelled and plays now
+        ShowHeardSong(index, path);
+        return true;
+    }
+    return false;
+}
+
+void CMediaPlayerCtrl::PollNextSong()
+{
+    if (!m_pAudioPlayer || m_strNextPath.isEmpty())
+        return;
+    const int state = m_pAudioPlayer->GetNextState();
+    if (state == CAudioPlayer::kNextNone) {
+        // The engine dropped it (a seek after the song had ended restarts the engine): prepare again.
+        m_heardTimer.stop();
+        m_nNextIndex = -1;
+        m_strNextPath.clear();
+        UpdateNextSong();
+        return;
+    }
+    if (state == CAudioPlayer::kNextHeard && m_pAudioPlayer->TakeHeardSong()) {
+        m_heardTimer.stop();
+        const int index = m_nNextIndex;
+        const QString path = m_strNextPath;
+        m_nNextIndex = -1;
+        m_strNextPath.clear();
+        ShowHeardSong(index, path);
+        UpdateNextSong();
+        return;
+    }
+    // Looked at closely from a little before the song's end (the engine joins the next one up to a
+    // ring, 1.5 s, before it is heard); the progress tick is enough until then.
+    const QWORD duration = m_pAudioPlayer->m_qwDuration;
+    const QWORD position = m_pAudioPlayer->GetCurrentTime();
+    const bool closeToEnd = state != CAudioPlayer::kNextReady || duration == 0 ||
+                            position + kCloseToEndUnits >= duration;
+    if (closeToEnd && !m_heardTimer.isActive())
+        m_heardTimer.start(kHeardPollMs);
+    else if (!closeToEnd)
+        m_heardTimer.stop();
+}
+
+void CMediaPlayerCtrl::ShowHeardSong(int index, const QString& path)
+{
+    if (index < 0 || index >= m_arrFiles.GetSize() || m_arrFiles.GetAt(index) != path)
+        index = static_cast<int>(m_arrFiles.Items().indexOf(path)); // the list changed meanwhile
+    if (index >= 0 && index < count()) {
+        const int current = currentRow();
+        if (current >= 0 && current < count())
+            item(current)->setSelected(false);
+        setCurrentRow(index, QItemSelectionModel::NoUpdate);
+        item(index)->setSelected(true);
+        m_nCurrentIndex = index;
+    }
+    ShowStartedSong(path);
+}
+
+void CMediaPlayerCtrl::OnPlayOrderChanged()
+{
+    // After the list's own bookkeeping (the parallel arrays follow the items a moment later).
+    if (m_bGapless || !m_strNextPath.isEmpty())
+        m_orderTimer.start();
+}
