@@ -82,7 +82,11 @@ INSTANTIATE_TEST_SUITE_P(Formats, PlaylistRoundTrip,
                                            RoundTripCase {"list.pls", PlaylistPaths::Relative},
                                            RoundTripCase {"list.pls", PlaylistPaths::Absolute},
                                            RoundTripCase {"list.xspf", PlaylistPaths::Relative},
-                                           RoundTripCase {"list.xspf", PlaylistPaths::Absolute}));
+                                           RoundTripCase {"list.xspf", PlaylistPaths::Absolute}),
+                         [](const ::testing::TestParamInfo<RoundTripCase>& info) {
+                             return QString::fromLatin1(info.param.playlist).replace(QLatin1Char('.'), QLatin1Char('_')).toStdString()
+                                    + (info.param.paths == PlaylistPaths::Relative ? "_relative" : "_absolute");
+                         });
 
 // Files as other players and people write them.
 TEST(PlaylistFiles, ReadsWhatOtherPlayersWrite)
