@@ -4,28 +4,38 @@
 #include <QFileInfo>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "song/CId3Tag.h"
 
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 struct CSongScanner::Worker
 {
+    // The hand-over: the worker fills `ready` only while bPosted is false, then sets it and posts;
+    // the GUI takes `ready` and clears it. Neither side ever waits for a lock the other holds.
+    struct Batch
+    {
+        QList<CMp3Song> songs;
+        int nRead = 0;
+        QString strFolder;
+    };
     std::atomic<bool> bCancel {false};
-    std::mutex mutex; // guards the hand-over fields below
-    std::condition_variable taken;
-    QList<CMp3Song> ready; // the batch the GUI takes next
-    bool bPosted = false;  // a hand-over is queued on the GUI thread
-    int nRead = 0;
-    QString strFolder;
+    std::atomic<bool> bPosted {false};
+    std::atomic<int> nRead {0}; // songs read, for a cancel's report
+    Batch ready;
+    // The batch the GUI has used, handed back to be freed here: freeing the worker's memory on the
+    // GUI thread would make it wait for the worker's allocator lock whenever the worker is preempted.
+    Batch spent;
     std::thread thread;
 
-    // Waits (in bounded steps) until the GUI has taken the last batch; false when cancelled.
-    bool WaitTaken(std::unique_lock<std::mutex>& lock)
+    // Waits (in 2 ms steps) until the GUI has taken the last batch; false when cancelled.
+    bool WaitTaken() const
     {
-        while (bPosted && !bCancel.load())
-            taken.wait_for(lock, std::chrono::milliseconds(20));
+        while (bPosted.load(std::memory_order_acquire) && !bCancel.load())
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
         return !bCancel.load();
     }
 };
@@ -104,15 +114,13 @@ bool CSongScanner::Start(const QStringList& paths)
         QList<CMp3Song> pending;
         int nRead = 0;
         QString folder;
-        auto handOver = [&](std::unique_lock<std::mutex>& lock) {
-            worker->ready = std::move(pending);
+        auto handOver = [&] {
+            worker->spent = {};
+            worker->ready = {std::move(pending), nRead, folder};
             pending.clear();
-            worker->nRead = nRead;
-            worker->strFolder = folder;
-            worker->bPosted = true;
+            worker->bPosted.store(true, std::memory_order_release);
             QMetaObject::invokeMethod(this, [this, shared, generation] { TakeBatch(*shared, generation); },
                                       Qt::QueuedConnection);
-            lock.unlock();
         };
         for (const QString& file : files) {
             if (worker->bCancel.load())
@@ -123,18 +131,16 @@ bool CSongScanner::Start(const QStringList& paths)
             song.m_strAux2 = info.fileName();
             pending.append(std::move(song));
             folder = info.path();
-            ++nRead;
-            std::unique_lock<std::mutex> lock(worker->mutex);
-            if (pending.size() >= kMaxBatch && !worker->WaitTaken(lock))
+            worker->nRead.store(++nRead);
+            if (pending.size() >= kMaxBatch && !worker->WaitTaken())
                 return;
-            if (!worker->bPosted)
-                handOver(lock);
+            if (!worker->bPosted.load(std::memory_order_acquire))
+                handOver();
         }
-        std::unique_lock<std::mutex> lock(worker->mutex);
-        if (!worker->WaitTaken(lock))
+        if (!worker->WaitTaken())
             return;
         if (!pending.isEmpty())
-            handOver(lock);
+            handOver();
         QMetaObject::invokeMethod(this, [this, generation, nRead] { Finish(generation, nRead, false); },
                                   Qt::QueuedConnection);
     });
@@ -148,32 +154,18 @@ void CSongScanner::Cancel()
     m_pWorker->bCancel = true;
     ++m_nGeneration;
     m_bRunning = false;
-    int nRead = 0;
-    {
-        std::lock_guard<std::mutex> lock(m_pWorker->mutex);
-        nRead = m_pWorker->nRead;
-    }
-    emit finished(nRead, true);
+    emit finished(m_pWorker->nRead.load(), true);
 }
 
 void CSongScanner::TakeBatch(Worker& worker, int generation)
 {
-    QList<CMp3Song> songs;
-    int nRead = 0;
-    QString folder;
-    {
-        std::lock_guard<std::mutex> lock(worker.mutex);
-        songs = std::move(worker.ready);
-        worker.ready.clear();
-        worker.bPosted = false;
-        nRead = worker.nRead;
-        folder = worker.strFolder;
+    if (generation == m_nGeneration) {
+        emit songsRead(worker.ready.songs);
+        emit progress(worker.ready.nRead, worker.ready.strFolder);
     }
-    worker.taken.notify_one();
-    if (generation != m_nGeneration)
-        return;
-    emit songsRead(songs);
-    emit progress(nRead, folder);
+    worker.spent = std::move(worker.ready);
+    worker.ready = {};
+    worker.bPosted.store(false, std::memory_order_release);
 }
 
 void CSongScanner::Finish(int generation, int nRead, bool bCancelled)

@@ -8,8 +8,9 @@
 // Threading: a CSongScanner lives on the GUI thread and its signals are emitted there. One worker
 // thread per scan lists the folders and reads the tags; it hands a batch over only when the GUI has
 // taken the previous one (so a slow GUI gets fewer, larger batches, at most kMaxBatch songs, and its
-// event queue never fills up), and waits for that in steps of at most 20 ms while watching the
-// cancel flag. Cancel() stops the worker before its next file; batches it had read are not delivered.
+// event queue never fills up), and waits for that in 2 ms steps while watching the cancel flag. The
+// hand-over takes no lock, so the GUI never waits for the worker; the worker runs at a lower
+// priority (nice 10) than the GUI. Cancel() stops the worker before its next file; batches it had read are not delivered.
 // The destructor cancels and joins the worker (bounded by the one file being read).
 
 #include <QList>

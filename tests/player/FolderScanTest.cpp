@@ -12,6 +12,19 @@
 
 using namespace tunivox::test;
 
+namespace {
+
+// Milliseconds this thread has waited, runnable, for a processor that other programs had.
+double RunQueueWaitMs()
+{
+    QFile stat(QStringLiteral("/proc/thread-self/schedstat"));
+    if (!stat.open(QIODevice::ReadOnly))
+        return 0;
+    return stat.readAll().split(' ').value(1).toDouble() / 1e6;
+}
+
+} // namespace
+
 TEST(FolderScan, FiveThousandSongsArriveInOrderWhileTheWindowKeepsResponding)
 {
     PlayerFixture f;
@@ -33,21 +46,26 @@ TEST(FolderScan, FiveThousandSongsArriveInOrderWhileTheWindowKeepsResponding)
 
     QSignalSpy finished(f.ctrl, &CMediaPlayerCtrl::scanFinished);
     QSignalSpy progress(f.ctrl, &CMediaPlayerCtrl::scanProgress);
+    // The event loop's longest pause: the time between two turns of a 5 ms timer, less the time the
+    // machine ran other programs instead (a loaded build machine must not fail the test).
     QElapsedTimer clock;
-    qint64 last = 0;
-    qint64 worst = 0;
+    double last = 0, lastWait = RunQueueWaitMs(), worst = 0, worstWall = 0;
     QTimer beat;
+    beat.setTimerType(Qt::PreciseTimer);
     beat.setInterval(5);
     QObject::connect(&beat, &QTimer::timeout, [&] {
-        worst = std::max(worst, clock.elapsed() - last);
-        last = clock.elapsed();
+        const double now = clock.nsecsElapsed() / 1e6, wait = RunQueueWaitMs();
+        worst = std::max(worst, now - last - (wait - lastWait));
+        worstWall = std::max(worstWall, now - last);
+        last = now;
+        lastWait = wait;
     });
     clock.start();
     beat.start();
     f.ctrl->InsertPathsAt(-1, {root.FilePath(QStringLiteral("songs"))});
     ASSERT_TRUE(WaitUntil([&] { return finished.count() == 1; }, 120000));
     beat.stop();
-    EXPECT_LT(worst, 50) << "longest time the event loop did not turn, ms";
+    EXPECT_LT(worst, 50) << "longest time the event loop did not turn, ms (" << worstWall << " ms with other programs' turns)";
     EXPECT_EQ(finished[0][0].toInt(), 5000);
     EXPECT_GT(progress.count(), 1) << "the songs appear in batches";
     EXPECT_EQ(progress.last()[0].toInt(), 5000);
