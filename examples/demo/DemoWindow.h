@@ -27,6 +27,10 @@ public:
     CMediaPlayerCtrl* Player() const { return m_player; }
     // Called when no sound device could be opened: continue through the null device.
     void FallBackToNullDevice();
+    // The playlist, the playing song and its position (restored paused), repeat, shuffle, volume and
+    // geometry are saved on close; RestoreSession is false when no session was saved.
+    void SaveSession();
+    bool RestoreSession();
 
 protected:
     void customEvent(QEvent* e) override;

@@ -1,0 +1,83 @@
+// What the demo host remembers between runs: the playlist, the song that was playing and where,
+// repeat, shuffle, volume and the window's geometry. They live in files of the demo's own next to
+// the library's settings ("tunivox/demo-session.ini" and "tunivox/demo-session.m3u8"); the library's
+// own settings are left as they are.
+#include <QDir>
+#include <QSettings>
+#include <QToolButton>
+
+#include "DemoWindow.h"
+#include "audio/CAudioPlayer.h"
+#include "controls/CSliderCtrlEx.h"
+#include "platform/Folders.h"
+#include "player/CMediaPlayerCtrl.h"
+#include "player/PlaylistFormats.h"
+
+namespace {
+
+QString SessionFile(const char* suffix)
+{
+    return UserConfigFolder() + QStringLiteral("tunivox/demo-session.") + QLatin1String(suffix);
+}
+
+} // namespace
+
+void DemoWindow::SaveSession()
+{
+    QDir().mkpath(UserConfigFolder() + QStringLiteral("tunivox"));
+    QList<PlaylistFileEntry> entries;
+    for (const QString& path : m_player->GetFiles().Items())
+        entries.append({path, QString(), -1});
+    WritePlaylist(SessionFile("m3u8"), entries, PlaylistPaths::Absolute);
+
+    QSettings settings(SessionFile("ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("geometry"), saveGeometry());
+    settings.setValue(QStringLiteral("repeat"), m_repeat->isChecked());
+    settings.setValue(QStringLiteral("shuffle"), m_shuffle->isChecked());
+    settings.setValue(QStringLiteral("volume"), m_player->GetVolumeBar()->GetPos());
+    const CAudioPlayer* engine = m_player->GetAudioPlayer();
+    if (m_player->IsPlaying() && engine) {
+        settings.setValue(QStringLiteral("song"), m_player->GetPlayingFileName());
+        settings.setValue(QStringLiteral("position"), qulonglong(const_cast<CAudioPlayer*>(engine)->GetCurrentTime()));
+    } else {
+        settings.remove(QStringLiteral("song"));
+        settings.remove(QStringLiteral("position"));
+    }
+}
+
+bool DemoWindow::RestoreSession()
+{
+    if (!QFile::exists(SessionFile("ini")))
+        return false;
+    QSettings settings(SessionFile("ini"), QSettings::IniFormat);
+    restoreGeometry(settings.value(QStringLiteral("geometry")).toByteArray());
+    m_repeat->setChecked(settings.value(QStringLiteral("repeat")).toBool());
+    m_shuffle->setChecked(settings.value(QStringLiteral("shuffle")).toBool());
+    if (settings.contains(QStringLiteral("volume"))) {
+        const int volume = settings.value(QStringLiteral("volume")).toInt();
+        m_player->GetVolumeBar()->SetPos(volume);
+        m_player->ProcessVolumeBar(TB_ENDTRACK, unsigned(volume));
+    }
+    const PlaylistReadResult read = ReadPlaylist(SessionFile("m3u8"));
+    for (const PlaylistFileEntry& entry : read.entries)
+        AddFile(entry.strPath);
+    const QString song = settings.value(QStringLiteral("song")).toString();
+    if (!song.isEmpty() && m_player->GetFiles().Items().contains(song)) {
+        // Back where the listener left, paused: the shuffle draw must not pick another song.
+        m_shuffle->blockSignals(true);
+        m_player->SetShuflleMode(0);
+        const QByteArray path = song.toUtf8();
+        int started = m_player->PlayStart(path.constData());
+        if (!started && !m_bTriedNull) {
+            FallBackToNullDevice();
+            started = m_player->PlayStart(path.constData());
+        }
+        if (started) {
+            m_player->GetAudioPlayer()->Play(settings.value(QStringLiteral("position")).toULongLong());
+            m_player->Pause();
+        }
+        m_player->SetShuflleMode(m_shuffle->isChecked());
+        m_shuffle->blockSignals(false);
+    }
+    return true;
+}
