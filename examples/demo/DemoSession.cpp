@@ -59,25 +59,37 @@ bool DemoWindow::RestoreSession()
         m_player->ProcessVolumeBar(TB_ENDTRACK, unsigned(volume));
     }
     const PlaylistReadResult read = ReadPlaylist(SessionFile("m3u8"));
+    QStringList paths;
     for (const PlaylistFileEntry& entry : read.entries)
-        AddFile(entry.strPath);
+        paths.append(entry.strPath);
     const QString song = settings.value(QStringLiteral("song")).toString();
-    if (!song.isEmpty() && m_player->GetFiles().Items().contains(song)) {
-        // Back where the listener left, paused: the shuffle draw must not pick another song.
-        m_shuffle->blockSignals(true);
-        m_player->SetShuflleMode(0);
-        const QByteArray path = song.toUtf8();
-        int started = m_player->PlayStart(path.constData());
-        if (!started && !m_bTriedNull) {
-            FallBackToNullDevice();
-            started = m_player->PlayStart(path.constData());
-        }
-        if (started) {
-            m_player->GetAudioPlayer()->Play(settings.value(QStringLiteral("position")).toULongLong());
-            m_player->Pause();
-        }
-        m_player->SetShuflleMode(m_shuffle->isChecked());
-        m_shuffle->blockSignals(false);
-    }
+    const quint64 position = settings.value(QStringLiteral("position")).toULongLong();
+    // The songs are read in the background (a long playlist must not hold the window back); the song
+    // resumes once they are all listed.
+    auto* once = new QObject(this);
+    connect(m_player, &CMediaPlayerCtrl::scanFinished, once, [this, once, song, position] {
+        once->deleteLater();
+        ResumeSong(song, position);
+    });
+    m_player->InsertPathsAt(-1, paths);
     return true;
+}
+
+void DemoWindow::ResumeSong(const QString& song, quint64 position)
+{
+    if (song.isEmpty() || !m_player->GetFiles().Items().contains(song))
+        return;
+    // Back where the listener left, paused: the shuffle draw must not pick another song.
+    m_player->SetShuflleMode(0);
+    const QByteArray path = song.toUtf8();
+    int started = m_player->PlayStart(path.constData());
+    if (!started && !m_bTriedNull) {
+        FallBackToNullDevice();
+        started = m_player->PlayStart(path.constData());
+    }
+    if (started) {
+        m_player->GetAudioPlayer()->Play(position);
+        m_player->Pause();
+    }
+    m_player->SetShuflleMode(m_shuffle->isChecked());
 }

@@ -47,6 +47,7 @@ private:
     void CloseExternalPlayer();
     void UpdateExternalActions();
     int AddFile(const QString& path);
+    void ResumeSong(const QString& song, quint64 position);
 
     CMediaPlayerCtrl* m_player = nullptr;
     NowPlayingPanel* m_nowPlaying = nullptr;
