@@ -1,6 +1,8 @@
 #pragma once
 // "Open playlist…" and "Save playlist…": M3U/M3U8, PLS and XSPF files through the library's
 // playlist functions. Opening replaces the list; the songs are read in the background.
+//
+// Threading: GUI thread.
 
 class CMediaPlayerCtrl;
 class QStatusBar;
