@@ -4,7 +4,9 @@
 // own settings are left as they are.
 #include <QDir>
 #include <QSettings>
+#include <QTimer>
 #include <QToolButton>
+#include <memory>
 
 #include "DemoWindow.h"
 #include "audio/CAudioPlayer.h"
@@ -87,9 +89,21 @@ void DemoWindow::ResumeSong(const QString& song, quint64 position)
         FallBackToNullDevice();
         started = m_player->PlayStart(path.constData());
     }
-    if (started) {
-        m_player->GetAudioPlayer()->Play(position);
-        m_player->Pause();
-    }
     m_player->SetShuflleMode(m_shuffle->isChecked());
+    if (!started)
+        return;
+    CAudioPlayer* engine = m_player->GetAudioPlayer();
+    engine->Play(position);
+    // The engine seeks on its own thread: pause once its position is there (checked every 10 ms, for
+    // at most two seconds), so the pause does not land before the seek.
+    auto* wait = new QTimer(this);
+    auto tries = std::make_shared<int>(0);
+    connect(wait, &QTimer::timeout, this, [this, wait, tries, engine, position] {
+        if (engine->GetCurrentTime() + 1 >= position || ++*tries >= 200) {
+            wait->deleteLater();
+            wait->stop();
+            m_player->Pause();
+        }
+    });
+    wait->start(10);
 }
