@@ -19,6 +19,8 @@
 #include "DemoPlayerCtrl.h"
 #include "NowPlayingPanel.h"
 #include "PlaybackMenu.h"
+#include "PlaylistFileActions.h"
+#include "ScanStatus.h"
 #include "TagEditDialog.h"
 #include "TransportBar.h"
 #include "audio/CAudioPlayer.h"
@@ -31,6 +33,7 @@
 #include "player/MprisService.h"
 #include "platform/TypedSettings.h"
 #include "visual/CRegistry.h"
+#include "player/PlaylistFormats.h"
 #include "song/CId3Tag.h"
 
 namespace {
@@ -128,11 +131,18 @@ DemoWindow::DemoWindow()
     connect(m_player, &CMediaPlayerCtrl::deviceStopped, this,
             [this](const QString& text) { statusBar()->showMessage(text, 10000); });
 
+    QMenu* playlistMenu = menuBar()->addMenu(tr("Play&list"));
+    playlistMenu->addAction(tr("Open playlist…"), this, [this] { OpenPlaylist(this, m_player, statusBar()); });
+    playlistMenu->addAction(tr("Save playlist…"), this, [this] { SavePlaylist(this, m_player, statusBar()); });
+
     centralLayout->addWidget(BuildTransportBar());
     // Gapless playback is this host's default; a listener's own choice is kept by the control.
     RegistryValue stored;
     if (!CRegistry().Read(m_player->GetRegSubKey(), "Gapless", stored))
         m_player->SetGapless(1);
+    // Songs dragged in from a file manager land where the mark shows; entries dragged out go as files.
+    m_player->SetAcceptsExternalDrops(1);
+    new ScanStatus(m_player, statusBar());
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);
@@ -239,7 +249,13 @@ int DemoWindow::AddPaths(const QStringList& paths)
     int added = 0;
     for (const QString& path : paths) {
         const QFileInfo info(path);
-        if (info.isDir()) {
+        if (info.isFile() && PlaylistFormatFromPath(path) != PlaylistFormat::Unknown) {
+            const PlaylistReadResult read = ReadPlaylist(path);
+            if (!read.Ok())
+                statusBar()->showMessage(read.strError, 8000);
+            for (const PlaylistFileEntry& entry : read.entries)
+                added += AddFile(entry.strPath);
+        } else if (info.isDir()) {
             QStringList files;
             QDirIterator it(info.absoluteFilePath(), kAudioPatterns, QDir::Files, QDirIterator::Subdirectories);
             while (it.hasNext())
@@ -262,14 +278,16 @@ void DemoWindow::AddFiles()
 {
     const QStringList files = QFileDialog::getOpenFileNames(
         this, tr("Add files"), QString(), tr("Audio files (%1);;All files (*)").arg(kAudioPatterns.join(QLatin1Char(' '))));
-    AddPaths(files);
+    // Read in the background: many files never freeze the window.
+    if (!files.isEmpty())
+        m_player->InsertPathsAt(-1, files);
 }
 
 void DemoWindow::AddFolder()
 {
     const QString folder = QFileDialog::getExistingDirectory(this, tr("Add folder"));
     if (!folder.isEmpty())
-        AddPaths({folder});
+        m_player->InsertPathsAt(-1, {folder});
 }
 
 void DemoWindow::PlayFirst()
@@ -391,5 +409,6 @@ void DemoWindow::closeEvent(QCloseEvent* e)
 {
     if (m_player->AppIsAllreadyRunning(QStringLiteral("tplayer")))
         m_player->CloseExternalPlayer();
+    SaveSession();
     QMainWindow::closeEvent(e);
 }

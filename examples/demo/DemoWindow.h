@@ -27,6 +27,10 @@ public:
     CMediaPlayerCtrl* Player() const { return m_player; }
     // Called when no sound device could be opened: continue through the null device.
     void FallBackToNullDevice();
+    // The playlist, the playing song and its position (restored paused), repeat, shuffle, volume and
+    // geometry are saved on close; RestoreSession is false when no session was saved.
+    void SaveSession();
+    bool RestoreSession();
 
 protected:
     void customEvent(QEvent* e) override;
@@ -44,6 +48,7 @@ private:
     void CloseExternalPlayer();
     void UpdateExternalActions();
     int AddFile(const QString& path);
+    void ResumeSong(const QString& song, quint64 position);
 
     CMediaPlayerCtrl* m_player = nullptr;
     NowPlayingPanel* m_nowPlaying = nullptr;

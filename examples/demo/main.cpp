@@ -61,11 +61,15 @@ int main(int argc, char** argv)
 
     DemoWindow window;
     QStringList paths = parser.positionalArguments();
-    if (paths.isEmpty())
-        paths.append(ApplicationFolder() + QStringLiteral("demo"));
-    window.AddPaths(paths);
+    // Without paths the last session comes back (paused where it was); the first time, the demo playlist plays.
+    const bool restored = paths.isEmpty() && window.RestoreSession();
+    if (!restored) {
+        if (paths.isEmpty())
+            paths.append(ApplicationFolder() + QStringLiteral("demo"));
+        window.AddPaths(paths);
+        QTimer::singleShot(0, &window, &DemoWindow::PlayFirst);
+    }
     window.show();
-    QTimer::singleShot(0, &window, &DemoWindow::PlayFirst);
     if (parser.isSet(visualization))
         QTimer::singleShot(300, &window, [&window] { window.Player()->Refresh(1); });
 

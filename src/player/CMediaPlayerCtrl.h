@@ -38,6 +38,15 @@
 // songStarted, title and tags to the visualization. A list change, a repeat or shuffle change, Stop
 // or PlayStart cancels or replaces it. Off: the end of a song is found by the timer, as always.
 //
+// Songs from other programs (off by default): with SetAcceptsExternalDrops(1), files and folders
+// dropped as text/uri-list (a file manager's drag) are inserted where the insertion mark shows, and
+// selected items dragged out of the program's windows are offered to other programs as file URLs.
+// The mouse dragging inside and between drag list boxes is the same either way.
+//
+// InsertPathsAt reads tags off the GUI thread (CSongScanner) and inserts the songs in batches as they
+// are read, in order, by addFile's rules (duplicates rejected), renumbering the list. Scans queue up
+// and run one at a time; scanProgress and scanFinished report on them, CancelScan ends them.
+//
 // Threading: every operation runs on the GUI thread. The visualization thread reads the feed (title,
 // lyrics, arts, backgrounds, change word) only under m_hChangeMutex, which both sides take with a
 // 100 ms limit; writers that miss the limit drop their update (the GUI never waits longer).
@@ -69,6 +78,8 @@
 class CAudioPlayer;
 class CMediaPlayerWnd;
 class QFileSystemWatcher;
+class QMimeData;
+class CSongScanner;
 class CSubstringIndex;
 class CVisualThread;
 
@@ -111,6 +122,19 @@ public:
     static QString GetFormattedTime(int seconds);
     static QString GetFileName(const QString& path);
     static QString GetFileWithNoExtension(const QString& name);
+
+    // Drops from other programs and drags out to them (off by default).
+    void SetAcceptsExternalDrops(int bAccept);
+    BOOL IsAcceptingExternalDrops() const { return m_bAcceptsDrops; }
+    // Reads the songs of `paths` (files; folders recursively, for the types the engine plays) off the
+    // GUI thread and inserts them before entry `index` (at the end when out of range), in order.
+    // Returns at once; a scan that runs already goes first.
+    void InsertPathsAt(int index, const QStringList& paths, int bUseTags = 0);
+    // Ends the running scan and drops the waiting ones; what was inserted stays.
+    void CancelScan();
+    BOOL IsScanning() const { return m_bScanning; }
+    // The selected entries' files as a drag to another program carries them (file URLs); owned by the caller.
+    QMimeData* SelectionMimeData() const;
 
     // Tag changes of listed files (off by default).
     void SetWatchFiles(int bWatch);
@@ -265,6 +289,10 @@ signals:
     // With device recovery on: the sound device failed and did not come back in time, so the song
     // ended. `text` starts "The sound device stopped: ".
     void deviceStopped(const QString& text);
+    // While InsertPathsAt reads: songs read so far by the running scan and the folder it reads in.
+    void scanProgress(int nRead, const QString& folder);
+    // A scan ended: the songs it inserted (duplicates not counted) and whether it was cancelled.
+    void scanFinished(int nAdded, bool bCancelled);
 
 protected:
     int FindString(const CStringArray& arr, const char* s);
@@ -287,6 +315,11 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* e) override;
     void closeEvent(QCloseEvent* e) override;
     bool UserMessage(CUserMessageEvent* e) override;
+    UINT Dragging(QPoint ptScreen) override;
+    void dragEnterEvent(QDragEnterEvent* e) override;
+    void dragMoveEvent(QDragMoveEvent* e) override;
+    void dragLeaveEvent(QDragLeaveEvent* e) override;
+    void dropEvent(QDropEvent* e) override;
 
 private:
     void PostToHost(QEvent::Type type);
@@ -325,6 +358,12 @@ private:
     void PollNextSong();
     void ShowHeardSong(int index, const QString& path);
     void OnPlayOrderChanged();
+    // addFile for each song, then the accepted ones moved before entry `index`; returns how many.
+    int InsertSongsAt(int index, const QList<CMp3Song>& songs, int bUseTags);
+    void StartNextScan();
+    void OnScannedSongs(const QList<CMp3Song>& songs);
+    void OnScanFinished(bool bCancelled);
+    void StartExternalDrag();
 
 public:
     // Members in the documented order (the playlist, transport and feed read them directly).
@@ -400,6 +439,18 @@ private:
     QString m_strNextPath;  // its path; empty when none is prepared
     QTimer m_heardTimer;    // polls the engine from the join until the next song is heard
     QTimer m_orderTimer;    // chooses the next song again once a list change has settled
+    struct CScanJob
+    {
+        int nIndex = -1;
+        QStringList paths;
+        int bUseTags = 0;
+    };
+    QList<CScanJob> m_scanJobs;     // waiting scans, first next
+    CScanJob m_scan;                 // the running scan; nIndex is where its next song goes
+    int m_nScanAdded = 0;
+    bool m_bScanning = false;
+    CSongScanner* m_pScanner = nullptr; // a child, made on first use
+    bool m_bAcceptsDrops = false;
     int m_nDlgCtrlID = 0;
     bool m_bInitDone = false;
     bool m_bEngineReady = false;

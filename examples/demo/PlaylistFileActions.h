@@ -1,0 +1,15 @@
+#pragma once
+// "Open playlist…" and "Save playlist…": M3U/M3U8, PLS and XSPF files through the library's
+// playlist functions. Opening replaces the list; the songs are read in the background.
+//
+// Threading: GUI thread.
+
+class CMediaPlayerCtrl;
+class QStatusBar;
+class QString;
+class QWidget;
+
+void OpenPlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar);
+void SavePlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar);
+// Replaces the list with the songs of `playlistPath`; false (with a message) when it cannot be read.
+bool LoadPlaylist(const QString& playlistPath, CMediaPlayerCtrl* player, QWidget* parent, QStatusBar* bar);

@@ -1,0 +1,186 @@
+// Playlist files: what is written reads back the same in every format and path style, files written
+// by other players are understood, and broken files give a clear error instead of a partial list.
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+#include "player/PlaylistFormats.h"
+#include "support/TestFolders.h"
+
+using namespace tunivox::test;
+
+namespace {
+
+QString ReadText(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+struct RoundTripCase
+{
+    const char* playlist;
+    PlaylistPaths paths;
+};
+
+class PlaylistRoundTrip : public ::testing::TestWithParam<RoundTripCase>
+{
+};
+
+} // namespace
+
+TEST_P(PlaylistRoundTrip, ReadsBackWhatWasWrittenAndReportsWhatIsGone)
+{
+    const RoundTripCase c = GetParam();
+    ScopedTempFolder root;
+    // Names that trip up each format: separators of PLS and M3U, URL escapes, non-ASCII, a space.
+    const QStringList names = {QStringLiteral("music/Ünïcødé — Sång.mp3"), QStringLiteral("music/a,b=c #1 100%.flac"),
+                               QStringLiteral("music/sub dir/gone.ogg"), QStringLiteral("music/sub dir/x:y.m4a")};
+    QList<PlaylistFileEntry> entries;
+    for (const QString& name : names)
+        entries.append({root.WriteFile(name, "x"), QStringLiteral("Ärtist, \"%1\" & <co>").arg(name.size()),
+                        int(name.size())});
+    entries[1].nSeconds = -1;
+    entries[3].strTitle.clear();
+
+    const QString playlist = root.FilePath(QStringLiteral("lists/") + QLatin1String(c.playlist));
+    QDir().mkpath(root.FilePath(QStringLiteral("lists")));
+    QString error;
+    ASSERT_TRUE(WritePlaylist(playlist, entries, c.paths, &error)) << error.toStdString();
+    const bool relative = c.paths == PlaylistPaths::Relative;
+    EXPECT_EQ(ReadText(playlist).contains(root.Path().chopped(1)), !relative) << ReadText(playlist).toStdString();
+
+    // Relative lists travel with the music: read them from the folder's new place.
+    QString base = root.Path();
+    if (relative) {
+        const QString moved = root.FilePath(QStringLiteral("moved"));
+        ASSERT_TRUE(QDir().mkpath(moved));
+        ASSERT_TRUE(QDir().rename(root.FilePath(QStringLiteral("music")), moved + QStringLiteral("/music")));
+        ASSERT_TRUE(QDir().rename(root.FilePath(QStringLiteral("lists")), moved + QStringLiteral("/lists")));
+        base = moved + QLatin1Char('/');
+        for (PlaylistFileEntry& entry : entries)
+            entry.strPath.replace(root.Path(), base);
+    }
+    ASSERT_TRUE(QFile::remove(entries[2].strPath));
+
+    const PlaylistReadResult read = ReadPlaylist(base + QStringLiteral("lists/") + QLatin1String(c.playlist));
+    ASSERT_TRUE(read.Ok()) << read.strError.toStdString();
+    EXPECT_EQ(read.missing, QStringList {entries[2].strPath});
+    entries.removeAt(2);
+    ASSERT_EQ(read.entries.size(), entries.size());
+    for (int i = 0; i < entries.size(); ++i) {
+        EXPECT_EQ(read.entries[i].strPath, entries[i].strPath) << i;
+        EXPECT_EQ(read.entries[i].strTitle, entries[i].strTitle) << i;
+        EXPECT_EQ(read.entries[i].nSeconds, entries[i].nSeconds) << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, PlaylistRoundTrip,
+                         ::testing::Values(RoundTripCase {"list.m3u", PlaylistPaths::Relative},
+                                           RoundTripCase {"list.m3u8", PlaylistPaths::Absolute},
+                                           RoundTripCase {"list.M3U8", PlaylistPaths::Relative},
+                                           RoundTripCase {"list.pls", PlaylistPaths::Relative},
+                                           RoundTripCase {"list.pls", PlaylistPaths::Absolute},
+                                           RoundTripCase {"list.xspf", PlaylistPaths::Relative},
+                                           RoundTripCase {"list.xspf", PlaylistPaths::Absolute}),
+                         [](const ::testing::TestParamInfo<RoundTripCase>& info) {
+                             return QString::fromLatin1(info.param.playlist).replace(QLatin1Char('.'), QLatin1Char('_')).toStdString()
+                                    + (info.param.paths == PlaylistPaths::Relative ? "_relative" : "_absolute");
+                         });
+
+// Files as other players and people write them.
+TEST(PlaylistFiles, ReadsWhatOtherPlayersWrite)
+{
+    ScopedTempFolder root;
+    const QString a = root.WriteFile(QStringLiteral("m/A song.mp3"), "x");
+    const QString cafe = root.WriteFile(QStringLiteral("m/Café.mp3"), "x");
+    struct Case
+    {
+        const char* name;
+        QByteArray text;
+        QStringList paths;
+        QStringList titles;
+        int missing;
+    } cases[] = {
+        {"windows.m3u", "\xEF\xBB\xBF#EXTM3U\r\n#EXTINF:61 tvg-id=\"x\",Title, with comma\r\nm\\A song.mp3\r\n"
+                        "http://radio.example/stream\r\n# a comment\r\nfile://" + root.Path().toUtf8() + "m/Caf%C3%A9.mp3\r\n",
+         {a, cafe}, {QStringLiteral("Title, with comma"), QString()}, 1},
+        {"latin1.m3u", "m/Caf\xE9.mp3\n", {cafe}, {QString()}, 0},
+        {"shuffled.pls", "; made by hand\n[Playlist]\nTITLE2=Second\nfile2=m/A song.mp3\nFile1=" + cafe.toUtf8() +
+                             "\nnumberofentries=2\nVersion=2\n",
+         {cafe, a}, {QString(), QStringLiteral("Second")}, 0},
+        {"other.xspf", "<?xml version=\"1.0\"?>\n<playlist version=\"1\" xmlns=\"http://xspf.org/ns/0/\"><title>x</title>"
+                       "<trackList><track><location>m/A%20song.mp3</location><extension application=\"x\"><a/></extension>"
+                       "<title>One</title></track><track><identifier>id:1</identifier></track>"
+                       "<track><location>m/Caf%C3%A9.mp3</location><location>m/none.mp3</location></track></trackList></playlist>",
+         {a, cafe}, {QStringLiteral("One"), QString()}, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const PlaylistReadResult read = ReadPlaylist(root.WriteFile(QLatin1String(c.name), c.text));
+        ASSERT_TRUE(read.Ok()) << read.strError.toStdString();
+        QStringList paths, titles;
+        for (const PlaylistFileEntry& entry : read.entries) {
+            paths.append(entry.strPath);
+            titles.append(entry.strTitle);
+        }
+        EXPECT_EQ(paths, c.paths);
+        EXPECT_EQ(titles, c.titles);
+        EXPECT_EQ(read.missing.size(), c.missing) << read.missing.join(QLatin1Char('|')).toStdString();
+    }
+}
+
+TEST(PlaylistFiles, BrokenFilesGiveAClearErrorAndNoEntries)
+{
+    ScopedTempFolder root;
+    root.WriteFile(QStringLiteral("a.mp3"), "x");
+    struct Case
+    {
+        const char* name;
+        QByteArray bytes;
+        const char* error;
+    } cases[] = {
+        {"length.m3u8", "#EXTM3U\na.mp3\n#EXTINF:abc,Title\na.mp3\n", "line 3: expected \"#EXTINF:seconds,title\""},
+        {"nocomma.m3u", "#EXTINF:12 Title\na.mp3\n", "line 1"},
+        {"binary.m3u", QByteArray("a.mp3\n\0\x01\x02", 9), "not a text file"},
+        {"latin1.m3u8", "\xE9t\xE9.mp3\n", "not UTF-8 text"},
+        {"header.pls", "File1=a.mp3\n", "line 1: a PLS playlist starts with \"[playlist]\""},
+        {"empty.pls", "", "empty file"},
+        {"pair.pls", "[playlist]\nFile1 a.mp3\n", "line 2: expected \"key=value\""},
+        {"count.pls", "[playlist]\nFile1=a.mp3\nNumberOfEntries=2\n", "line 3: NumberOfEntries=2, but the playlist lists 1"},
+        {"length.pls", "[playlist]\nFile1=a.mp3\nLength1=long\n", "line 3: Length1 is not a number"},
+        {"two.pls", "[playlist]\nFile1=a.mp3\n[other]\n", "line 3: a second section"},
+        {"cut.xspf", "<playlist version=\"1\" xmlns=\"http://xspf.org/ns/0/\">\n<trackList><track><location>a.mp3</location>",
+         "line 2"},
+        {"feed.xspf", "<rss version=\"2.0\"/>", "not an XSPF playlist"},
+        {"notxml.xspf", "a.mp3\n", "line 1"},
+        {"a.txt", "a.mp3\n", "not a playlist file"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const PlaylistReadResult read = ReadPlaylist(root.WriteFile(QLatin1String(c.name), c.bytes));
+        EXPECT_TRUE(read.strError.startsWith(QLatin1String(c.name) + QStringLiteral(": "))) << read.strError.toStdString();
+        EXPECT_TRUE(read.strError.contains(QLatin1String(c.error))) << read.strError.toStdString();
+        EXPECT_TRUE(read.entries.isEmpty());
+    }
+    EXPECT_FALSE(ReadPlaylist(root.FilePath(QStringLiteral("none.m3u"))).Ok());
+    EXPECT_FALSE(ReadPlaylist(root.Path() + QStringLiteral("dir.m3u/")).Ok());
+}
+
+TEST(PlaylistFiles, AFailedSaveSaysWhy)
+{
+    ScopedTempFolder root;
+    const QList<PlaylistFileEntry> entries {{root.WriteFile(QStringLiteral("a.mp3"), "x"), QString(), -1}};
+    struct Case
+    {
+        const char* name;
+        const char* error;
+    } cases[] = {{"list.txt", "use .m3u"}, {"none/list.m3u", "list.m3u: "}, {"busy.pls", "busy.pls: "}};
+    // A folder where the playlist should go.
+    QDir().mkpath(root.FilePath(QStringLiteral("busy.pls")));
+    for (const Case& c : cases) {
+        QString error;
+        EXPECT_FALSE(WritePlaylist(root.FilePath(QLatin1String(c.name)), entries, PlaylistPaths::Absolute, &error)) << c.name;
+        EXPECT_TRUE(error.contains(QLatin1String(c.error))) << error.toStdString();
+    }
+}
