@@ -96,8 +96,9 @@ void CMediaPlayerCtrl::Init()
     wnd->setGeometry(rc);
     wnd->m_pPlayerCtrl = this;
     m_PlayerWnd = wnd;
+    // The layout hands back the list's old item: it is ours to free.
     if (QLayout* layout = parent->layout())
-        layout->replaceWidget(this, wnd);
+        delete layout->replaceWidget(this, wnd);
     wnd->AdoptList(this);
     wnd->show();
 
