@@ -121,6 +121,8 @@ DemoWindow::DemoWindow()
     // The listener's ReplayGain and device are remembered; a sound server that restarts is waited for.
     m_player->SetRemembersPlaybackChoices(1);
     m_player->SetDeviceRecovery(10);
+    // While no visualization shows, the sound comes back in bursts: a few wake-ups a second.
+    m_player->SetHandBackInterval(200);
     auto* playback = new PlaybackMenu(m_player, this);
     QAction* playbackAction = playback->menuAction();
     actions->addAction(playbackAction);

@@ -353,8 +353,18 @@ HRESULT CAudioPlayer::GetAudioOutput()
 
 QWORD CAudioPlayer::GetCurrentTime()
 {
+    if (m_dwHandBackMs.load(std::memory_order_relaxed) != 0) {
+        if (const HWAVEOUT device = m_hWaveOut)
+            waveOutHandBackHeard(device); // a handle closed meanwhile is refused, harmlessly
+    }
     std::lock_guard<std::mutex> guard(m_csLock);
     return m_qwPosition;
+}
+
+bool CAudioPlayer::WaitForEnd(DWORD timeoutMs)
+{
+    CDecodeThread* thread = m_hDecodeThread;
+    return !thread || thread->Wait(timeoutMs);
 }
 
 DWORD CAudioPlayer::GetCurrentSeconds() const
@@ -418,6 +428,8 @@ HRESULT CAudioPlayer::Play(QWORD start)
                           static_cast<int>(opened));
             return E_FAIL;
         }
+        if (const DWORD interval = m_dwHandBackMs.load(std::memory_order_relaxed))
+            waveOutSetHandBackInterval(device, interval);
         m_hWaveOut = device;
         m_hDecodeThread = new (std::nothrow) CDecodeThread(&CAudioPlayer::DecodeThreadProc, this);
         if (!m_hDecodeThread || !m_hDecodeThread->Create()) {
@@ -516,7 +528,14 @@ HRESULT CAudioPlayer::Resume()
     return S_OK;
 }
 
-void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR)
+void CAudioPlayer::SetHandBackInterval(DWORD milliseconds)
+{
+    m_dwHandBackMs.store(milliseconds, std::memory_order_relaxed);
+    if (const HWAVEOUT device = m_hWaveOut)
+        waveOutSetHandBackInterval(device, milliseconds);
+}
+
+void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD_PTR param1, DWORD_PTR following)
 {
     if (message != WOM_DONE)
         return;
@@ -546,7 +565,9 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
     }
     if (nextQueued && self->m_pSamples)
         std::memcpy(self->m_pSamples, next->lpData, self->m_dwBlockSize);
-    self->m_hBlockDone->Set();
+    // A burst wakes the decoding thread once, after its last block, to refill them all.
+    if (following == 0)
+        self->m_hBlockDone->Set();
 }
 
 DWORD CAudioPlayer::DecodeThreadProc(void* instance)

@@ -16,6 +16,10 @@
 // - m_csLock guards m_nFreeBlocks, m_qwPosition and m_dwPositionSeconds and is held only for those
 //   updates, never around device calls or copies. Flags read across threads are atomics, and so is
 //   m_qwPosition, so that PeekCurrentTime reads it without the lock.
+// - With a hand-back interval (SetHandBackInterval) the device returns heard blocks in bursts: the
+//   callback runs once per block as always, and sets m_hBlockDone on a burst's last block only, so
+//   the decoding thread wakes once a burst. Between bursts m_qwPosition and m_pSamples lag the
+//   sound; GetCurrentTime first has the device hand back what was heard, so it is exact when read.
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
@@ -82,7 +86,12 @@ public:
     HRESULT Resume();
     HRESULT Stop();
 
+    // Exact when read: with a hand-back interval it first collects the blocks heard by now (a round
+    // trip to the device thread of well under a millisecond, at most kHandBackHeardWaitMs).
     QWORD GetCurrentTime();
+    // Sleeps until the decoding thread has ended (the song played out, failed or was stopped) or
+    // `timeoutMs` passed; true once it has ended or when there is none. For hosts without a timer.
+    bool WaitForEnd(DWORD timeoutMs);
     // The position without taking m_csLock, for threads that must never wait on the audio path (the
     // visualization's render thread); any thread.
     QWORD PeekCurrentTime() const { return m_qwPosition.load(std::memory_order_relaxed); }
@@ -109,6 +118,12 @@ public:
     // "The sound device stopped: ..." when the last playback ended because its device failed;
     // else empty. Read it once m_bPlaying is FALSE.
     const char* GetDeviceFailure() const { return m_szDeviceFailure; }
+    // 0 (default): the device hands each block back as it is heard, so m_qwPosition and m_pSamples
+    // follow the sound block by block. More: it hands them back in bursts up to this far apart, and
+    // the engine's threads sleep between them (for hosts that show no visualization meanwhile).
+    // Any moment, also while playing.
+    void SetHandBackInterval(DWORD milliseconds);
+    DWORD GetHandBackInterval() const { return m_dwHandBackMs.load(std::memory_order_relaxed); }
     // Gapless playback: the song that follows the open one, its first sample right after the open
     // song's last one, in the same stream. Nothing changes unless the host calls these.
     enum NextSongState { kNextNone = 0, kNextReady = 1, kNextJoined = 2, kNextHeard = 3, kNextReverting = 4 };
@@ -189,6 +204,7 @@ private:
     QString m_strOpenedName;
     ReplayGainApplied m_replayGainApplied;
     std::atomic<DWORD> m_dwBlockGain{WAVE_GAIN_UNITY};
+    std::atomic<DWORD> m_dwHandBackMs{0};
     std::string m_strOutputDevice;
     unsigned m_nRecoveryMs = 0;
     char m_szDeviceFailure[256] = {};

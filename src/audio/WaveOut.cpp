@@ -301,6 +301,21 @@ MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics* statistics)
     return MMSYSERR_NOERROR;
 }
 
+MMRESULT waveOutSetHandBackInterval(HWAVEOUT device, DWORD milliseconds)
+{
+    std::shared_ptr<CWaveOutDevice> found = Find(device);
+    if (!found)
+        return MMSYSERR_INVALHANDLE;
+    found->SetHandBackInterval(milliseconds);
+    return MMSYSERR_NOERROR;
+}
+
+MMRESULT waveOutHandBackHeard(HWAVEOUT device)
+{
+    std::shared_ptr<CWaveOutDevice> found = Find(device);
+    return found ? found->HandBackHeard(kHandBackHeardWaitMs) : MMSYSERR_INVALHANDLE;
+}
+
 MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume)
 {
     // No handle: the default device's level, which the next device opened starts with.

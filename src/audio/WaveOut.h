@@ -8,8 +8,12 @@
 //   volume while the decoding thread streams). Handles are looked up in a table, so a handle that was closed meanwhile gives
 //   MMSYSERR_INVALHANDLE instead of touching freed memory.
 // - Each open device runs a thread of its own. The completion callback (WOM_DONE, param1 = the
-//   header) runs on that thread, once per block, in queue order, never with a device lock held. The
-//   callback must not call waveOut functions on the same handle.
+//   header, param2 = how many more blocks follow in the same hand-back, 0 on its last) runs on that
+//   thread, once per block, in queue order, never with a device lock held. The callback must not
+//   call waveOut functions on the same handle.
+// - Blocks come back as they have been heard, or, with a hand-back interval set, in bursts at most
+//   that far apart; waveOutHandBackHeard brings the burst forward for a caller that needs the
+//   position now. The untimed null device always hands back in bursts.
 // - waveOutReset returns after every queued block has been handed back through the callback.
 // - Locks: the handle table lock is never held while a device is called; a device's own lock is never
 //   held while the callback runs. No lock is held across two of these calls.
@@ -63,6 +67,15 @@ struct WaveOutStatistics
     std::uint64_t nSwitches = 0;     // waveOutSwitchDevice moved the sound to another device
 };
 TUNIVOX_EXPORT MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics* statistics);
+
+// How long a device may keep blocks that have been heard before it hands them back: 0 (the default)
+// hands each back as it has been heard; more lets the device thread and its writer sleep between
+// bursts (the device still wakes often enough to keep itself fed). Any thread, at any moment.
+TUNIVOX_EXPORT MMRESULT waveOutSetHandBackInterval(HWAVEOUT device, DWORD milliseconds);
+// Hands back every block heard by now and returns once their callbacks ran. Any thread but the
+// callback's; waits at most kHandBackHeardWaitMs (a device busy reconnecting answers later).
+inline constexpr DWORD kHandBackHeardWaitMs = 100;
+TUNIVOX_EXPORT MMRESULT waveOutHandBackHeard(HWAVEOUT device);
 
 // The device an open names, and what it does when it fails.
 struct WaveOutTarget

@@ -43,6 +43,7 @@ constexpr unsigned kPeriodMicroseconds = 125000;
 // the end of a song, or a song shorter than the buffer.
 constexpr auto kTailWait = 60ms;
 constexpr auto kIdleWait = 100ms;
+constexpr auto kLongestSleep = std::chrono::microseconds(kBufferMicroseconds / 2);
 constexpr auto kMinWait = 2ms;
 constexpr auto kRequestWait = 2s;
 constexpr int kResumeTries = 20;
@@ -50,7 +51,7 @@ constexpr auto kResumeStep = 10ms;
 constexpr auto kSwitchWait = 5s;
 constexpr auto kFirstRetry = 100ms;
 constexpr auto kLongestRetry = 2s;
-constexpr std::size_t kScratchBytes = 16384;
+constexpr std::size_t kScratchBytes = 65536; // about 370 ms of CD sound
 constexpr std::size_t kFailureBytes = 256;
 
 // A configured ALSA stream and what its configuration chose.
@@ -94,13 +95,20 @@ public:
         m_nQueuedEnd += header->dwBufferLength / m_nFrameBytes;
         header->reserved = static_cast<DWORD_PTR>(m_nQueuedEnd);
         m_queue.Push(header);
+        m_tLastBlock = Clock::now();
+        // While older blocks wait to be written the thread has work and wakes on its own schedule;
+        // a block is news only when everything before it was written.
         if (!m_pWriting) {
             m_pWriting = header;
             m_dwWriteOffset = 0;
+            m_wake.notify_all();
         }
-        m_tLastBlock = Clock::now();
-        m_wake.notify_all();
         return MMSYSERR_NOERROR;
+    }
+
+    MMRESULT HandBackHeard(DWORD waitMs) override
+    {
+        return Request([] {}, std::chrono::milliseconds(waitMs));
     }
 
     MMRESULT SwitchTo(const std::string& device) override
@@ -308,8 +316,9 @@ private:
         m_tNextTry = Clock::now() + m_retryStep;
     }
 
+    // Every round hands back what was heard, so a request without a change brings the burst forward.
     template <typename Change>
-    MMRESULT Request(Change change)
+    MMRESULT Request(Change change, Clock::duration wait = kRequestWait)
     {
         std::unique_lock<std::mutex> lock(m_lock);
         if (m_bDead)
@@ -317,7 +326,7 @@ private:
         change();
         const std::uint64_t ticket = ++m_nRequested;
         m_wake.notify_all();
-        if (!m_wake.wait_for(lock, kRequestWait, [&] { return m_nHandled >= ticket; }))
+        if (!m_wake.wait_for(lock, wait, [&] { return m_nHandled >= ticket; }))
             return MMSYSERR_ERROR;
         return m_bDead ? MMSYSERR_NODRIVER : MMSYSERR_NOERROR;
     }
@@ -409,6 +418,35 @@ private:
         return chain;
     }
 
+    // Copies the sound from the write cursor on, across blocks, with volume and block gain applied,
+    // into m_scratch; returns the bytes copied.
+    std::size_t FillScratch()
+    {
+        const DWORD volume = GetVolume();
+        std::size_t filled = 0;
+        DWORD offset = m_dwWriteOffset;
+        for (const WAVEHDR* h = m_pWriting; h && filled < kScratchBytes; h = h->lpNext, offset = 0) {
+            const std::size_t chunk = std::min<std::size_t>(h->dwBufferLength - offset, kScratchBytes - filled);
+            ApplyVolume(reinterpret_cast<const BYTE*>(h->lpData) + offset, m_scratch + filled, chunk, volume,
+                        m_format.nChannels, BlockGain(h));
+            filled += chunk;
+        }
+        return filled;
+    }
+
+    void AdvanceWriteCursor(std::size_t bytes)
+    {
+        while (bytes > 0 && m_pWriting) {
+            const std::size_t step = std::min<std::size_t>(m_pWriting->dwBufferLength - m_dwWriteOffset, bytes);
+            m_dwWriteOffset += static_cast<DWORD>(step);
+            bytes -= step;
+            if (m_dwWriteOffset >= m_pWriting->dwBufferLength) {
+                m_pWriting = m_pWriting->lpNext;
+                m_dwWriteOffset = 0;
+            }
+        }
+    }
+
     // Writes as much of the queue as ALSA takes now. False when the device failed (the error is in
     // m_nDeviceError). A lost
     // stream is prepared anew at most once a call, so a device that keeps failing cannot make this
@@ -426,10 +464,8 @@ private:
             }
             if (!m_pWriting || full || m_bStreamLost)
                 break;
-            const DWORD left = m_pWriting->dwBufferLength - m_dwWriteOffset;
-            const std::size_t chunk = std::min<std::size_t>(left, kScratchBytes);
-            ApplyVolume(reinterpret_cast<const BYTE*>(m_pWriting->lpData) + m_dwWriteOffset, m_scratch, chunk,
-                        GetVolume(), m_format.nChannels, BlockGain(m_pWriting));
+            // Many blocks go in one write: every write wakes a sound server client's thread.
+            const std::size_t chunk = FillScratch();
             const snd_pcm_sframes_t written =
                 snd_pcm_writei(m_pPcm, m_scratch, static_cast<snd_pcm_uframes_t>(chunk / m_nFrameBytes));
             if (written == -EAGAIN) {
@@ -445,12 +481,8 @@ private:
                 return false;
             } else {
                 m_nWrittenEnd += static_cast<std::uint64_t>(written);
-                m_dwWriteOffset += static_cast<DWORD>(written) * m_nFrameBytes;
+                AdvanceWriteCursor(static_cast<std::size_t>(written) * m_nFrameBytes);
                 full = static_cast<std::size_t>(written) * m_nFrameBytes < chunk;
-                if (m_dwWriteOffset >= m_pWriting->dwBufferLength) {
-                    m_pWriting = m_pWriting->lpNext;
-                    m_dwWriteOffset = 0;
-                }
             }
         }
         if (m_nDeviceError < 0)
@@ -560,8 +592,10 @@ private:
                 if (m_bDead) {
                     handBack = Append(handBack, m_queue.TakeAll());
                     m_pWriting = nullptr;
-                } else {
+                } else if (acknowledge || m_bPaused || HandBackDue()) {
                     handBack = Append(handBack, CollectHeard());
+                    if (handBack)
+                        m_tLastHandBack = Clock::now();
                 }
             }
             if (acknowledge && !handBack) {
@@ -594,9 +628,17 @@ private:
         return chain;
     }
 
+    // With a hand-back interval, heard blocks are held until it has passed since the last burst.
+    bool HandBackDue() const
+    {
+        const DWORD intervalMs = GetHandBackInterval();
+        return intervalMs == 0 || Clock::now() - m_tLastHandBack >= std::chrono::milliseconds(intervalMs);
+    }
+
     // Playing: wake when the first queued block should have been heard (blocks come back at the
-    // pace they sound). A stream waiting for its tail: wake when the tail may start. Else idle:
-    // every request and every new block wakes the thread anyway.
+    // pace they sound), or with a hand-back interval when the next burst is due, but at least every
+    // half buffer so that ALSA stays fed. A stream waiting for its tail: wake when the tail may
+    // start. Else idle: every request and every new block wakes the thread anyway.
     Clock::duration WaitTime() const
     {
         const WAVEHDR* front = m_queue.Front();
@@ -611,8 +653,12 @@ private:
             return std::clamp<Clock::duration>(untilTail, kMinWait, kIdleWait);
         }
         const std::uint64_t frames = front->reserved > m_nHeard ? front->reserved - m_nHeard : 0;
-        const auto untilHeard = std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
-        return std::clamp<Clock::duration>(untilHeard, kMinWait, kIdleWait);
+        const Clock::duration untilHeard = std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
+        const DWORD intervalMs = GetHandBackInterval();
+        if (intervalMs == 0)
+            return std::clamp<Clock::duration>(untilHeard, kMinWait, kIdleWait);
+        const Clock::duration untilBurst = m_tLastHandBack + std::chrono::milliseconds(intervalMs) - Clock::now();
+        return std::clamp<Clock::duration>(std::max(untilHeard, untilBurst), kMinWait, kLongestSleep);
     }
 
     std::string m_strDevice; // device thread only
@@ -642,6 +688,7 @@ private:
     std::uint64_t m_nHeard = 0;        // frames the listener has heard
     std::uint64_t m_nHeardMeasured = 0; // m_nHeard as the device's delay last confirmed it
     Clock::time_point m_tLastBlock{};
+    Clock::time_point m_tLastHandBack{};
     bool m_bStreamLost = false;        // ALSA dropped its stream: prepare anew at m_nHeard
     bool m_bOpenDone = false;
     MMRESULT m_nOpenResult = MMSYSERR_NOERROR;

@@ -60,6 +60,9 @@ public:
     virtual MMRESULT Reset() = 0;
     virtual MMRESULT Close() = 0;
     virtual WaveOutStatistics Statistics() const { return {}; }
+    // Hands back what has been heard by now; returns after the callbacks ran, or MMSYSERR_ERROR
+    // when the device thread did not get round to it within `waitMs`.
+    virtual MMRESULT HandBackHeard(DWORD waitMs) = 0;
     // Moves the sound to another device of the same backend (see waveOutSwitchDevice).
     virtual MMRESULT SwitchTo(const std::string&) { return MMSYSERR_NOERROR; }
     // Why the device stopped for good; empty while it works.
@@ -76,22 +79,28 @@ public:
         m_dwInstance = instance;
     }
     void SetVolume(DWORD volume) { m_dwVolume.store(volume, std::memory_order_relaxed); }
+    // Read by the device thread each round; the device wakes on its own schedule to notice it.
+    void SetHandBackInterval(DWORD milliseconds) { m_dwHandBackMs.store(milliseconds, std::memory_order_relaxed); }
+    DWORD GetHandBackInterval() const { return m_dwHandBackMs.load(std::memory_order_relaxed); }
     DWORD GetVolume() const { return m_dwVolume.load(std::memory_order_relaxed); }
 
 protected:
-    // Device thread only, no lock held.
-    void HandBack(WAVEHDR* header)
+    // Device thread only, no lock held. `following`: blocks handed back right after this one.
+    void HandBack(WAVEHDR* header, DWORD_PTR following = 0)
     {
         header->dwFlags = (header->dwFlags & ~WHDR_INQUEUE) | WHDR_DONE;
         if (m_pfnCallback)
-            m_pfnCallback(m_hHandle, WOM_DONE, m_dwInstance, reinterpret_cast<DWORD_PTR>(header), 0);
+            m_pfnCallback(m_hHandle, WOM_DONE, m_dwInstance, reinterpret_cast<DWORD_PTR>(header), following);
     }
     void HandBackChain(WAVEHDR* chain)
     {
+        DWORD_PTR count = 0;
+        for (const WAVEHDR* h = chain; h; h = h->lpNext)
+            ++count;
         while (chain) {
             WAVEHDR* next = chain->lpNext;
             chain->lpNext = nullptr;
-            HandBack(chain);
+            HandBack(chain, --count);
             chain = next;
         }
     }
@@ -101,6 +110,7 @@ private:
     WaveOutCallback m_pfnCallback = nullptr;
     DWORD_PTR m_dwInstance = 0;
     std::atomic<DWORD> m_dwVolume{0xFFFFFFFFu};
+    std::atomic<DWORD> m_dwHandBackMs{0};
 };
 
 // Scales interleaved 16-bit PCM by the two channel levels of `volume` (mono uses the left level)

@@ -1,6 +1,10 @@
 // The null wave device: plays nothing, but hands blocks back on the schedule a real device would
 // (paced by the monotonic clock at real time or a multiple of it, or at once), optionally records
 // what it "played", and can be told to fail for tests.
+//
+// Untimed, blocks are "played" in bursts: the thread sleeps until kUntimedBurst blocks are queued
+// (or kUntimedLinger passed, or the writer pauses, restarts or resets), so a writer decoding at full
+// speed hands over a burst at a time instead of waking this thread for every block.
 
 #include <chrono>
 #include <condition_variable>
@@ -14,6 +18,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kScratchBytes = 16384;
+constexpr std::size_t kUntimedBurst = 32;
+constexpr auto kUntimedLinger = std::chrono::milliseconds(5);
 
 class CWaveOutNull final : public CWaveOutDevice
 {
@@ -39,9 +45,25 @@ public:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_bDead)
             return MMSYSERR_NODRIVER;
+        // The thread sleeps until the front block is due; only an empty queue or a full burst
+        // changes what it waits for.
+        const bool wasEmpty = m_queue.Empty();
         m_queue.Push(header);
-        m_wake.notify_all();
+        ++m_nQueued;
+        if (m_options.bUntimed ? m_nQueued == kUntimedBurst : wasEmpty)
+            m_wake.notify_all();
         return MMSYSERR_NOERROR;
+    }
+
+    MMRESULT HandBackHeard(DWORD waitMs) override
+    {
+        std::unique_lock<std::mutex> lock(m_lock);
+        if (m_bDead)
+            return MMSYSERR_NODRIVER;
+        const std::uint64_t ticket = ++m_nSyncRequested;
+        m_wake.notify_all();
+        const bool done = m_wake.wait_for(lock, std::chrono::milliseconds(waitMs), [&] { return m_nSyncDone >= ticket; });
+        return done ? MMSYSERR_NOERROR : MMSYSERR_ERROR;
     }
 
     MMRESULT Pause() override { return SetPaused(true); }
@@ -90,8 +112,12 @@ private:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_bDead)
             return MMSYSERR_NODRIVER;
+        // Blocks heard before a pause but still held for the next burst go back first (Run).
+        if (paused && !m_bPaused)
+            m_tPausedAt = Clock::now();
+        else if (!paused)
+            m_bClockRunning = false;
         m_bPaused = paused;
-        m_bClockRunning = false;
         m_wake.notify_all();
         return MMSYSERR_NOERROR;
     }
@@ -121,13 +147,68 @@ private:
         }
     }
 
+    // Unlinks the blocks played by `now` (all queued ones when untimed); returns them as a chain.
+    WAVEHDR* CollectPlayed(Clock::time_point now)
+    {
+        if (!m_bClockRunning) {
+            m_bClockRunning = true;
+            m_clockStart = now;
+            m_nClockBytes = 0;
+        }
+        WAVEHDR* chain = nullptr;
+        WAVEHDR** tail = &chain;
+        long collected = 0;
+        while (!m_queue.Empty() && (m_options.bUntimed || DueTime(m_queue.Front()) <= now)) {
+            // A device told to fail after N blocks plays exactly N.
+            if (m_options.nDieAfterBlocks >= 0 && m_nBlocksPlayed + collected >= m_options.nDieAfterBlocks)
+                break;
+            ++collected;
+            WAVEHDR* header = m_queue.Pop();
+            --m_nQueued;
+            m_nClockBytes += header->dwBufferLength;
+            *tail = header;
+            tail = &header->lpNext;
+        }
+        return chain;
+    }
+
+    // When the next burst is due: the front block's end, or later with a hand-back interval.
+    Clock::time_point NextBurst() const
+    {
+        if (m_options.bUntimed)
+            return m_nQueued >= kUntimedBurst ? Clock::time_point{} : m_tFirstQueued + kUntimedLinger;
+        Clock::time_point due = m_bClockRunning ? DueTime(m_queue.Front()) : Clock::time_point{};
+        const DWORD intervalMs = GetHandBackInterval();
+        if (intervalMs > 0)
+            due = std::max(due, m_tLastBurst + std::chrono::milliseconds(intervalMs));
+        return due;
+    }
+
+    // Captures and hands back a chain outside the lock; counts it towards a planned failure.
+    void PlayChain(WAVEHDR* chain, std::unique_lock<std::mutex>& lock)
+    {
+        lock.unlock();
+        for (WAVEHDR* h = chain; h; h = h->lpNext)
+            Capture(h);
+        long played = 0;
+        for (const WAVEHDR* h = chain; h; h = h->lpNext)
+            ++played;
+        HandBackChain(chain);
+        lock.lock();
+        m_nBlocksPlayed += played;
+        if (m_options.nDieAfterBlocks >= 0 && m_nBlocksPlayed >= m_options.nDieAfterBlocks)
+            m_bDying = true;
+    }
+
     void Run()
     {
         std::unique_lock<std::mutex> lock(m_lock);
+        bool wasEmpty = true;
         while (!m_bClosing) {
             if (m_nResetDone < m_nResetRequested || m_bDying) {
                 const std::uint64_t ticket = m_nResetRequested;
                 WAVEHDR* chain = m_queue.TakeAll();
+                m_nQueued = 0;
                 m_bClockRunning = false;
                 if (m_bDying) {
                     m_bDying = false;
@@ -140,33 +221,43 @@ private:
                 m_wake.notify_all();
                 continue;
             }
-            if (m_queue.Empty() || m_bPaused || m_bDead) {
+            const std::uint64_t syncTicket = m_nSyncRequested;
+            if (m_bPaused && m_bClockRunning && !m_options.bUntimed) {
+                // What was heard before the pause comes back now; the clock starts again on resume.
+                WAVEHDR* chain = CollectPlayed(m_tPausedAt);
                 m_bClockRunning = false;
-                m_wake.wait_for(lock, std::chrono::seconds(1));
-                continue;
-            }
-            WAVEHDR* header = m_queue.Front();
-            if (!m_bClockRunning) {
-                m_bClockRunning = true;
-                m_clockStart = Clock::now();
-                m_nClockBytes = 0;
-            }
-            if (!m_options.bUntimed) {
-                const Clock::time_point due = DueTime(header);
-                if (Clock::now() < due) {
-                    m_wake.wait_until(lock, due);
+                if (chain) {
+                    PlayChain(chain, lock);
                     continue;
                 }
             }
-            m_queue.Pop();
-            m_nClockBytes += header->dwBufferLength;
-            lock.unlock();
-            Capture(header);
-            HandBack(header);
-            lock.lock();
-            ++m_nBlocksPlayed;
-            if (m_options.nDieAfterBlocks >= 0 && m_nBlocksPlayed >= m_options.nDieAfterBlocks)
-                m_bDying = true;
+            if (m_queue.Empty() || m_bPaused || m_bDead) {
+                m_bClockRunning = false;
+                wasEmpty = m_queue.Empty();
+                m_nSyncDone = syncTicket;
+                m_wake.notify_all();
+                m_wake.wait_for(lock, std::chrono::seconds(1));
+                continue;
+            }
+            if (wasEmpty) {
+                wasEmpty = false;
+                m_tFirstQueued = Clock::now();
+            }
+            const bool syncWanted = m_nSyncDone < syncTicket;
+            const Clock::time_point now = Clock::now();
+            if (!syncWanted && now < NextBurst()) {
+                m_wake.wait_until(lock, NextBurst());
+                continue;
+            }
+            WAVEHDR* chain = CollectPlayed(now);
+            m_tLastBurst = now;
+            m_tFirstQueued = now;
+            if (chain)
+                PlayChain(chain, lock);
+            if (syncWanted) {
+                m_nSyncDone = syncTicket;
+                m_wake.notify_all();
+            }
         }
     }
 
@@ -187,9 +278,15 @@ private:
     bool m_bClockRunning = false;
     Clock::time_point m_clockStart;
     std::uint64_t m_nClockBytes = 0;
+    std::size_t m_nQueued = 0;
+    Clock::time_point m_tPausedAt;
+    Clock::time_point m_tLastBurst;
+    Clock::time_point m_tFirstQueued;      // untimed: when the burst being gathered began
     long m_nBlocksPlayed = 0;
     std::uint64_t m_nResetRequested = 0;
     std::uint64_t m_nResetDone = 0;
+    std::uint64_t m_nSyncRequested = 0;    // HandBackHeard calls asked for and answered
+    std::uint64_t m_nSyncDone = 0;
 };
 
 } // namespace

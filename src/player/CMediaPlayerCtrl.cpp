@@ -148,6 +148,7 @@ BOOL CMediaPlayerCtrl::WMInit()
     m_pAudioPlayer->SetPaths(m_strAppFolder.isEmpty() ? ApplicationFolder() : m_strAppFolder,
                              m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder);
     m_bEngineReady = true;
+    ApplyHandBackInterval();
     ApplyPlaybackChoices();
     RestoreGapless();
     return TRUE;

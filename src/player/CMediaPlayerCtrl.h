@@ -38,6 +38,11 @@
 // songStarted, title and tags to the visualization. A list change, a repeat or shuffle change, Stop
 // or PlayStart cancels or replaces it. Off: the end of a song is found by the timer, as always.
 //
+// Sleeping between blocks (off by default): with SetHandBackInterval(ms) the sound device hands
+// heard blocks back in bursts up to ms apart, and the engine's threads sleep in between, while no
+// visualization window is open (it draws the block now sounding, so it gets them one by one). The
+// position the timer, the slider and the host read is exact either way.
+//
 // Songs from other programs (off by default): with SetAcceptsExternalDrops(1), files and folders
 // dropped as text/uri-list (a file manager's drag) are inserted where the insertion mark shows, and
 // selected items dragged out of the program's windows are offered to other programs as file URLs.
@@ -160,6 +165,9 @@ public:
     // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
     void SetGapless(int bGapless);
     BOOL IsGapless() const { return m_bGapless; }
+    // Burst hand-back while no visualization runs (see the top of this file); 0 (default) is off.
+    void SetHandBackInterval(int nMilliseconds);
+    int GetHandBackInterval() const { return m_nHandBackMs; }
     // 0..100 with 100 the loudest.
     long GetVolume();
     // 0..100 inverted on purpose: 0 is the loudest and 100 silence, as the volume slider counts.
@@ -327,6 +335,7 @@ private:
     void WriteInternalIsVisual(std::uint32_t value);
     void StartVisualThread(bool bSetTitle);
     void StopVisualThread();
+    void ApplyHandBackInterval();
     void RemovePicture();
     void RemoveStalePictures();
     void SetSliderPosition(int position);
@@ -435,6 +444,7 @@ private:
     int m_nRecoverySeconds = 0;
     bool m_bRemembersPlayback = false;
     bool m_bGapless = false;
+    int m_nHandBackMs = 0;
     int m_nNextIndex = -1;  // entry of the song prepared in the engine
     QString m_strNextPath;  // its path; empty when none is prepared
     QTimer m_heardTimer;    // polls the engine from the join until the next song is heard

@@ -1,8 +1,10 @@
 // The visualization feed: title, lyrics, art and background lists handed to the visualization thread
 // under the change mutex, and switching the visualization on and off.
 #include <QDir>
+#include <algorithm>
 #include <chrono>
 
+#include "audio/CAudioPlayer.h"
 #include "platform/StringConv.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "visual/CRegistry.h"
@@ -133,6 +135,7 @@ void CMediaPlayerCtrl::StartVisualThread(bool bSetTitle)
         GetMp3TagInfo(m_arrFiles.GetAt(m_nCurrentIndex));
     auto* thread = new CVisualThread();
     m_pVisualThread = thread;
+    ApplyHandBackInterval();
     thread->SetPlayerCtrl(this);
     if (bSetTitle)
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
@@ -144,10 +147,26 @@ void CMediaPlayerCtrl::StopVisualThread()
     if (CVisualThread* thread = m_pVisualThread)
         thread->RequestQuit();
     m_pVisualThread = nullptr;
+    ApplyHandBackInterval();
 }
 
 void CMediaPlayerCtrl::VisualThreadEnded(CVisualThread* thread)
 {
-    if (m_pVisualThread == thread)
+    if (m_pVisualThread == thread) {
         m_pVisualThread = nullptr;
+        ApplyHandBackInterval();
+    }
+}
+
+void CMediaPlayerCtrl::SetHandBackInterval(int nMilliseconds)
+{
+    m_nHandBackMs = std::max(0, nMilliseconds);
+    ApplyHandBackInterval();
+}
+
+// The visualization draws the block that sounds now, so while it runs blocks come back one by one.
+void CMediaPlayerCtrl::ApplyHandBackInterval()
+{
+    if (m_pAudioPlayer)
+        m_pAudioPlayer->SetHandBackInterval(m_pVisualThread ? 0 : static_cast<DWORD>(m_nHandBackMs));
 }

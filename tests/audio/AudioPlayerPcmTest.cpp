@@ -1,5 +1,6 @@
 // What the listener hears: PCM through the engine and the null device against the ffmpeg tool's
 // decode of the same file, and where positions and seeks land.
+#include <QElapsedTimer>
 #include <QThread>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -96,63 +97,81 @@ TEST(EngineSeek, PlayFromAPositionStartsThere)
     }
 }
 
+// Also with blocks handed back in bursts, which a seek's reset cuts short.
 TEST(EngineSeek, SeekWhilePlayingContinuesAtTheTarget)
 {
     const QString path = FixturePath("melody-44k-stereo.wav");
     const QByteArray reference = ReferencePcm(path);
-    ScopedNullDevice device(8.0);
-    CAudioPlayer player;
-    InitAndOpen(player, path);
-    ASSERT_EQ(player.Play(0), S_OK);
-    ASSERT_TRUE(WaitUntil([&] { return player.GetCurrentTime() > 5000000; }, 5000));
-    const QWORD target = 22000000; // 2.2 s
-    ASSERT_EQ(player.Play(target), S_OK);
-    ASSERT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 10000));
-    const QByteArray played = device.Captured();
+    for (const DWORD handBackMs : {0u, 200u}) {
+        ScopedNullDevice device(8.0);
+        CAudioPlayer player;
+        player.SetHandBackInterval(handBackMs);
+        InitAndOpen(player, path);
+        ASSERT_EQ(player.Play(0), S_OK);
+        ASSERT_TRUE(WaitUntil([&] { return player.GetCurrentTime() > 5000000; }, 5000));
+        const QWORD target = 22000000; // 2.2 s
+        ASSERT_EQ(player.Play(target), S_OK);
+        ASSERT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 10000));
+        const QByteArray played = device.Captured();
 
-    // The tail after the seek is the reference from the target on, exactly and block-aligned.
-    const QByteArray afterSeek = reference.mid(static_cast<qsizetype>(target / kUnitsPerByte / 4) * 4);
-    const QByteArray tail = afterSeek.left(afterSeek.size() - afterSeek.size() % kBlockBytes);
-    ASSERT_GT(tail.size(), 0);
-    EXPECT_TRUE(played.endsWith(tail));
-    EXPECT_EQ((played.size() - tail.size()) % kBlockBytes, 0);
-    EXPECT_EQ(player.Stop(), S_OK);
+        // The tail after the seek is the reference from the target on, exactly and block-aligned.
+        const QByteArray afterSeek = reference.mid(static_cast<qsizetype>(target / kUnitsPerByte / 4) * 4);
+        const QByteArray tail = afterSeek.left(afterSeek.size() - afterSeek.size() % kBlockBytes);
+        ASSERT_GT(tail.size(), 0);
+        EXPECT_TRUE(played.endsWith(tail)) << handBackMs;
+        EXPECT_EQ((played.size() - tail.size()) % kBlockBytes, 0) << handBackMs;
+        EXPECT_EQ(player.Stop(), S_OK);
+    }
 }
 
-// Positions advance one block at a time and stand still while paused.
+// Positions advance one block at a time and stand still while paused. With a hand-back interval
+// the device holds heard blocks back, yet the position read is the one the listener hears.
 TEST(EnginePosition, AdvancesInBlockStepsAndFreezesWhilePaused)
 {
-    ScopedNullDevice device(1.0);
-    CAudioPlayer player;
-    InitAndOpen(player, FixturePath("long-44k-stereo.mp3"));
-    const QWORD start = 10000000;
-    ASSERT_EQ(player.Play(start), S_OK);
-    const double blockUnits = kBlockBytes * kUnitsPerByte;
-    int samples = 0;
-    WaitUntil([&] {
-        const QWORD position = player.GetCurrentTime();
-        if (position > start) {
-            const double blocks = (position - start) / blockUnits;
-            EXPECT_NEAR(blocks, std::round(blocks), 0.002) << position;
-            ++samples;
+    for (const DWORD handBackMs : {0u, 1000u}) {
+        ScopedNullDevice device(1.0);
+        CAudioPlayer player;
+        player.SetHandBackInterval(handBackMs);
+        InitAndOpen(player, FixturePath("long-44k-stereo.mp3"));
+        const QWORD start = 10000000;
+        QElapsedTimer sincePlay;
+        sincePlay.start();
+        ASSERT_EQ(player.Play(start), S_OK);
+        if (handBackMs > 0) {
+            QThread::msleep(600);
+            EXPECT_EQ(player.PeekCurrentTime(), start) << "held back for the first burst";
+            const QWORD heard = player.GetCurrentTime() - start;
+            EXPECT_GT(heard, 3000000u);
+            EXPECT_LE(heard, static_cast<QWORD>(sincePlay.elapsed()) * 10000);
+            EXPECT_EQ(player.PeekCurrentTime(), start + heard);
         }
-        return samples > 100;
-    }, 5000);
-    EXPECT_GT(samples, 100);
+        const double blockUnits = kBlockBytes * kUnitsPerByte;
+        int samples = 0;
+        WaitUntil([&] {
+            const QWORD position = player.GetCurrentTime();
+            if (position > start) {
+                const double blocks = (position - start) / blockUnits;
+                EXPECT_NEAR(blocks, std::round(blocks), 0.002) << position;
+                ++samples;
+            }
+            return samples > 100;
+        }, 5000);
+        EXPECT_GT(samples, 100);
 
-    ASSERT_EQ(player.Pause(), S_OK);
-    ASSERT_TRUE(WaitUntil([&] { return player.m_bPaused.load(); }, 2000));
-    QThread::msleep(30);
-    const QWORD frozen = player.GetCurrentTime();
-    QThread::msleep(250);
-    EXPECT_EQ(player.GetCurrentTime(), frozen);
-    EXPECT_TRUE(player.m_bPlaying);
+        ASSERT_EQ(player.Pause(), S_OK);
+        ASSERT_TRUE(WaitUntil([&] { return player.m_bPaused.load(); }, 2000));
+        QThread::msleep(30);
+        const QWORD frozen = player.GetCurrentTime();
+        QThread::msleep(250);
+        EXPECT_EQ(player.GetCurrentTime(), frozen) << handBackMs;
+        EXPECT_TRUE(player.m_bPlaying);
 
-    ASSERT_EQ(player.Resume(), S_OK);
-    EXPECT_TRUE(WaitUntil([&] { return player.GetCurrentTime() > frozen; }, 2000));
-    EXPECT_FALSE(player.m_bPaused);
-    EXPECT_EQ(player.Stop(), S_OK);
-    EXPECT_EQ(player.GetCurrentTime(), 0u);
+        ASSERT_EQ(player.Resume(), S_OK);
+        EXPECT_TRUE(WaitUntil([&] { return player.GetCurrentTime() > frozen; }, 2000));
+        EXPECT_FALSE(player.m_bPaused);
+        EXPECT_EQ(player.Stop(), S_OK);
+        EXPECT_EQ(player.GetCurrentTime(), 0u);
+    }
 }
 
 } // namespace

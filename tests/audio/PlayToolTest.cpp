@@ -73,7 +73,8 @@ TEST(PlayTool, RejectsBadCommandLines)
           QStringList{QStringLiteral("--speed"), QStringLiteral("0"), song},
           QStringList{QStringLiteral("--device"), QStringLiteral("alsa"), QStringLiteral("--untimed"), song},
           QStringList{QStringLiteral("--seek-at"), QStringLiteral("3"), song},
-          QStringList{QStringLiteral("--volume"), song}})
+          QStringList{QStringLiteral("--volume"), song},
+          QStringList{QStringLiteral("--hand-back"), QStringLiteral("5000"), song}})
         EXPECT_EQ(PlayTool(arguments).exitCode, 2) << arguments.join(' ').toStdString();
 }
 

@@ -84,6 +84,7 @@ struct DeliveryRow
     const char* device;
     bool bLoaded;
     Action action;
+    DWORD dwHandBackMs = 0;
 };
 
 void PrintTo(const DeliveryRow& row, std::ostream* out)
@@ -96,7 +97,8 @@ class PulseAlsaDelivery : public PulseAlsa, public ::testing::WithParamInterface
 
 // A song through the engine arrives whole: at the start, across a pause and a seek, with the
 // machine idle and loaded. The device reports no underrun and starts one stream per play or seek,
-// and the position it reports at a pause is what the listener has heard.
+// and the position it reports at a pause is what the listener has heard, also when the device
+// hands blocks back in bursts.
 TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
 {
     const DeliveryRow& row = GetParam();
@@ -113,6 +115,7 @@ TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
 
     ASSERT_TRUE(m_server.StartCapture());
     CAudioPlayer player;
+    player.SetHandBackInterval(row.dwHandBackMs);
     InitAndOpen(player, wav);
     ASSERT_EQ(player.Play(0), S_OK) << player.m_szError;
     WaveOutStatistics statistics;
@@ -186,7 +189,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(DeliveryRow{"StartIdle", "pulse", false, Action::None},
                       DeliveryRow{"StartLoadedDefaultDevice", "default", true, Action::None},
                       DeliveryRow{"PauseResumeLoaded", "pulse", true, Action::PauseResume},
-                      DeliveryRow{"SeekLoaded", "pulse", true, Action::Seek}),
+                      DeliveryRow{"SeekLoaded", "pulse", true, Action::Seek},
+                      DeliveryRow{"PauseResumeInBursts", "pulse", false, Action::PauseResume, 200}),
     [](const ::testing::TestParamInfo<DeliveryRow>& info) { return std::string(info.param.name); });
 
 // A compressed song decodes through the same path: the sink gets exactly ffmpeg's decode.

@@ -62,6 +62,8 @@ protected:
         ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontName"), TypedValue::FromString(QStringLiteral("DejaVu Sans"))));
         ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontSize"), TypedValue::FromDWORD(14)));
         ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("SyncLyrics"), TypedValue::FromDWORD(bSyncSetting ? 1 : 0)));
+        // A host whose engine sleeps between bursts: the visualization still follows block by block.
+        fixture_.ctrl->SetHandBackInterval(1000);
         fixture_.ctrl->addFile(SongFor(song), 0);
         fixture_.ctrl->Refresh(1);
         thread = fixture_.ctrl->GetVisualThread();

@@ -1,17 +1,18 @@
 // tunivox-play: plays files through the audio engine, for listening and for measuring.
 //
 //   tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] [--start SECONDS]
-//                [--seek-at T:POS]... [--stats] FILE...
+//                [--seek-at T:POS]... [--stats] [--hand-back MS] FILE...
 //
 // --speed, --untimed and --capture use the null device (implied when --device is not given).
 // --seek-at T:POS seeks to POS seconds once playback has reached T seconds (each once per file).
 // --stats prints, per file, the underruns the sound device went through and the streams it started.
+// --hand-back MS lets the device return heard blocks in bursts up to MS apart (default 200; 0 returns
+// each block as it is heard), so that playing wakes the machine a few times a second, not 86.
 // Exit code 0 when every file played, 1 when one could not be played, 2 for a bad command line.
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QStandardPaths>
-#include <QThread>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -42,11 +43,12 @@ struct Options
     double dStart = 0;
     std::vector<SeekAt> seeks;
     bool bStats = false;
+    double dHandBackMs = 200;
     std::vector<std::string> files;
 };
 
 constexpr const char* kUsage = "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
-                                "[--start SECONDS] [--seek-at T:POS]... [--stats] FILE...\n";
+                                "[--start SECONDS] [--seek-at T:POS]... [--stats] [--hand-back MS] FILE...\n";
 constexpr int kHelpShown = -1;
 
 int Usage(const char* problem)
@@ -96,6 +98,9 @@ int ParseOptions(int argc, char** argv, Options* options)
                 !ParseNumber(value.substr(colon + 1).c_str(), &seek.dTo))
                 return Usage("--seek-at takes T:POS in seconds");
             options->seeks.push_back(seek);
+        } else if (arg == "--hand-back" && hasValue) {
+            if (!ParseNumber(argv[++i], &options->dHandBackMs) || options->dHandBackMs > 1000)
+                return Usage("--hand-back takes milliseconds from 0 to 1000");
         } else if (arg == "--stats") {
             options->bStats = true;
         } else if (arg.rfind("--", 0) == 0) {
@@ -152,7 +157,9 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
     const std::string name = QFileInfo(QString::fromStdString(file)).fileName().toStdString();
     const bool fast = options.device.eBackend == WaveBackend::Null &&
                       (options.device.null.bUntimed || options.device.null.dSpeed > 1);
-    const unsigned long pollMs = fast ? 1 : 100;
+    // The position is looked at once a second, and more often only while a seek waits for its moment.
+    const DWORD seekPollMs = fast ? 1 : 100;
+    constexpr DWORD kShowEveryMs = 1000;
     std::size_t nextSeek = 0;
     long shownSecond = -1;
     WaveOutStatistics statistics;
@@ -172,7 +179,8 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
                 std::printf("%s / %s  %s\n", Clock(position).c_str(), Clock(total).c_str(), name.c_str());
             std::fflush(stdout);
         }
-        QThread::msleep(pollMs);
+        // Sleeps until the song ends or it is time to look again.
+        player.WaitForEnd(nextSeek < options.seeks.size() ? seekPollMs : kShowEveryMs);
     }
     const HRESULT ended = player.m_hrThread;
     // A file FFmpeg opens but that has no length and yields no sound (text named .flac) is no song.
@@ -209,6 +217,7 @@ int main(int argc, char** argv)
     SetWaveMapper(options.device);
 
     CAudioPlayer player;
+    player.SetHandBackInterval(static_cast<DWORD>(options.dHandBackMs));
     const HRESULT hr = player.Init();
     if (FAILED(hr) || player.m_szError[0]) {
         ReportError(FAILED(hr) ? hr : E_OUTOFMEMORY, player);
