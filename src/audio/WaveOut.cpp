@@ -65,6 +65,10 @@ void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volu
         ApplyVolumeAndGain(source, target, bytes, volume, channels, gain);
         return;
     }
+    if (volume == 0xFFFFFFFFu) {
+        std::memcpy(target, source, bytes);
+        return;
+    }
     const std::int32_t levels[2] = {static_cast<std::int32_t>(volume & 0xFFFFu),
                                     static_cast<std::int32_t>(volume >> 16)};
     const std::size_t count = bytes / 2;

@@ -18,7 +18,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kScratchBytes = 16384;
-constexpr std::size_t kUntimedBurst = 32;
+// Blocks are 2 KB; the capture file gathers many of them per write.
+constexpr std::size_t kCaptureFileBuffer = 256 * 1024;
+constexpr std::size_t kUntimedBurst = 64; // half the engine's ring: the writer fills one half while the other plays
 constexpr auto kUntimedLinger = std::chrono::milliseconds(5);
 
 class CWaveOutNull final : public CWaveOutDevice
@@ -35,6 +37,9 @@ public:
             m_pCaptureFile = std::fopen(m_options.strCaptureFile.c_str(), "wb");
             if (!m_pCaptureFile)
                 return MMSYSERR_ERROR;
+            // glibc sizes a buffer it allocates itself by the file system, whatever size is asked.
+            m_pCaptureBuffer = std::make_unique<char[]>(kCaptureFileBuffer);
+            std::setvbuf(m_pCaptureFile, m_pCaptureBuffer.get(), _IOFBF, kCaptureFileBuffer);
         }
         m_thread = std::thread([this] { Run(); });
         return MMSYSERR_NOERROR;
@@ -45,12 +50,12 @@ public:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_bDead)
             return MMSYSERR_NODRIVER;
-        // The thread sleeps until the front block is due; only an empty queue or a full burst
-        // changes what it waits for.
+        // The thread sleeps until the front block is due (untimed: until a burst is gathered); only
+        // a first block or a full burst changes what it waits for.
         const bool wasEmpty = m_queue.Empty();
         m_queue.Push(header);
         ++m_nQueued;
-        if (m_options.bUntimed ? m_nQueued == kUntimedBurst : wasEmpty)
+        if (wasEmpty || (m_options.bUntimed && m_nQueued == kUntimedBurst))
             m_wake.notify_all();
         return MMSYSERR_NOERROR;
     }
@@ -264,6 +269,7 @@ private:
     const WaveNullOptions m_options;
     WAVEFORMATEX m_format{};
     std::FILE* m_pCaptureFile = nullptr;
+    std::unique_ptr<char[]> m_pCaptureBuffer; // outlives the file: freed after fclose
     BYTE m_scratch[kScratchBytes];
     std::thread m_thread;
 
