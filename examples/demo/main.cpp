@@ -119,7 +119,9 @@ int main(int argc, char** argv)
         if (paths.isEmpty())
             paths.append(ApplicationFolder() + QStringLiteral("demo"));
         window.AddPaths(paths);
-        QTimer::singleShot(0, &window, &DemoWindow::PlayFirst);
+        // The sound starts before the window is drawn: the engine decodes on its own thread while
+        // this one lays out and shows the window.
+        window.PlayFirst();
     }
     window.show();
     if (parser.isSet(visualization))
