@@ -12,6 +12,7 @@
 #include <QMenuBar>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -116,7 +117,7 @@ DemoWindow::DemoWindow()
     visual->setToolTip(tr("Open or close the visualization window"));
     m_openExternal = actions->addAction(tr("Open in external player"), this, &DemoWindow::OpenExternalPlayer);
     m_closeExternal = actions->addAction(tr("Close external player"), this, &DemoWindow::CloseExternalPlayer);
-    UpdateExternalActions();
+    m_closeExternal->setEnabled(false);
     actions->addSeparator();
     // The listener's ReplayGain and device are remembered; a sound server that restarts is waited for.
     m_player->SetRemembersPlaybackChoices(1);
@@ -171,7 +172,12 @@ DemoWindow::DemoWindow()
     } else {
         statusBar()->showMessage(tr("No media keys: %1").arg(mprisError), 8000);
     }
-    SwitchOnSyncedLyrics();
+    // Not needed before the first song plays: a scan of the process list for an external player
+    // left running, and a settings write that the visualization reads when it opens.
+    QTimer::singleShot(0, this, [this] {
+        UpdateExternalActions();
+        SwitchOnSyncedLyrics();
+    });
     resize(1000, 620);
 }
 

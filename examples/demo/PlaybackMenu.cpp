@@ -7,12 +7,13 @@
 
 PlaybackMenu::PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent) : QMenu(tr("Playback"), parent), m_player(player)
 {
-    // Built as it opens: the device list follows what is plugged in.
-    connect(this, &QMenu::aboutToShow, this, &PlaybackMenu::Rebuild);
-    Rebuild();
+    // Built again as it opens: the device list follows what is plugged in. Asking ALSA for its
+    // devices takes milliseconds the start-up does not have, so the list waits for the menu to open.
+    connect(this, &QMenu::aboutToShow, this, [this] { Rebuild(true); });
+    Rebuild(false);
 }
 
-void PlaybackMenu::Rebuild()
+void PlaybackMenu::Rebuild(bool bDevices)
 {
     clear();
     QAction* gapless = addAction(tr("Gapless playback"));
@@ -59,6 +60,8 @@ void PlaybackMenu::Rebuild()
     addAction(tr("Files without values (%1 dB)…").arg(options.dFallbackDb, 0, 'f', 1), this,
               [askDb, this] { askDb(tr("Gain of files without values"), &ReplayGainOptions::dFallbackDb); });
 
+    if (!bDevices)
+        return;
     addSection(tr("Output device"));
     auto* devices = new QActionGroup(this);
     const QString current = m_player->GetOutputDevice();

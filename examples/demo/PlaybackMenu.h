@@ -20,7 +20,7 @@ signals:
     void message(const QString& text);
 
 private:
-    void Rebuild();
+    void Rebuild(bool bDevices);
 
     CMediaPlayerCtrl* m_player;
 };
