@@ -111,8 +111,15 @@ bool CVisualScene::CreateDeviceResources()
         return false;
     vertices->setUsagePattern(QOpenGLBuffer::DynamicDraw);
     vertices->bind();
-    vertices->allocate(16 * static_cast<int>(sizeof(float)));
+    m_quadVertices = {};
+    vertices->allocate(m_quadVertices.data(), static_cast<int>(sizeof(m_quadVertices)));
     vertices->release();
+    for (size_t i = 0; i < programs.size(); ++i) {
+        QOpenGLShaderProgram& program = *programs[i];
+        m_uniforms[i] = {program.uniformLocation("uViewport"), program.uniformLocation("uColor"),
+                         program.uniformLocation("uAlpha"), program.uniformLocation("uVOffset"),
+                         program.uniformLocation("uTex")};
+    }
     m_programs = std::move(programs);
     m_pProgram = m_programs[0].get();
     m_pVertices = std::move(vertices);
@@ -332,36 +339,49 @@ void CVisualScene::AdvanceSlideShow(float fSeconds)
     }
 }
 
-void CVisualScene::DrawQuad(const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
                             ARGBCOLOR clrColour, float fAlpha, float fVOffset, bool bClip)
 {
     const float x0 = static_cast<float>(r.left), x1 = static_cast<float>(r.right);
     const float y0 = static_cast<float>(r.top), y1 = static_cast<float>(r.bottom);
-    const float vertices[16] = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
-    QOpenGLShaderProgram* program = m_programs[pTexture ? (fVOffset != 0.0f || bClip ? 2 : 1) : 0].get();
+    const QuadVertices vertices = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
+    m_pVertices->bind();
+    // Rewriting a buffer that earlier draws of the frame still read makes llvmpipe finish them
+    // first, so each quad keeps its own slot and is written only when it moves.
+    QuadVertices& held = m_quadVertices[static_cast<size_t>(eSlot)];
+    if (vertices != held) {
+        m_pVertices->write(static_cast<int>(eSlot) * static_cast<int>(sizeof(QuadVertices)), vertices.data(),
+                           static_cast<int>(sizeof(QuadVertices)));
+        held = vertices;
+    }
+    // The discard costs llvmpipe on every pixel, so it runs only while the quad's rows reach past
+    // the texture (lyrics scrolled above their start); inside it, it would never discard anything.
+    const bool clipped = bClip && (uv.v0 + fVOffset < 0.0f || uv.v1 + fVOffset > 1.0f);
+    const size_t index = pTexture ? (clipped ? 2 : 1) : 0;
+    QOpenGLShaderProgram* program = m_programs[index].get();
+    const ProgramUniforms& uniforms = m_uniforms[index];
     if (program != m_pBound) {
         program->bind();
-        program->setUniformValue("uViewport", m_viewport);
+        program->setUniformValue(uniforms.viewport, m_viewport);
+        program->setUniformValue(uniforms.tex, 0);
+        program->enableAttributeArray(0);
+        program->enableAttributeArray(1);
+        program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
+        program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
         m_pBound = program;
     }
-    m_pVertices->bind();
-    m_pVertices->write(0, vertices, sizeof(vertices));
-    program->enableAttributeArray(0);
-    program->enableAttributeArray(1);
-    program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
-    program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
-    program->setUniformValue("uColor", QColor::fromRgba(clrColour));
-    program->setUniformValue("uAlpha", fAlpha);
-    program->setUniformValue("uVOffset", fVOffset);
+    if (pTexture)
+        program->setUniformValue(uniforms.vOffset, fVOffset);
+    else
+        program->setUniformValue(uniforms.color, QColor::fromRgba(clrColour));
+    program->setUniformValue(uniforms.alpha, fAlpha);
     if (pTexture) {
         m_pGL->glActiveTexture(GL_TEXTURE0);
         pTexture->bind();
-        program->setUniformValue("uTex", 0);
     }
-    m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, static_cast<int>(eSlot) * 4, 4);
     if (pTexture)
         pTexture->release();
-    m_pVertices->release();
 }
 
 void CVisualScene::RenderSyncedLyrics(float fSeconds)
@@ -398,10 +418,10 @@ void CVisualScene::RenderSyncedLyrics(float fSeconds)
     m_state.rcSyncedLine = line < 0 ? VisualRect{}
                                     : VisualRect{box.left, lineTop, box.right, lineTop + m_syncedLayout.heights[shown]};
     VisualRect quad{box.left, box.top, box.left + text.width(), box.bottom};
-    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderLyrics(float fSeconds)
@@ -434,10 +454,10 @@ void CVisualScene::RenderLyrics(float fSeconds)
     quad.right = quad.left + text.width();
     quad.top = box.top;
     quad.bottom = box.bottom;
-    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
@@ -475,19 +495,21 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
     m_pBound = nullptr;
     if (!pluginMode && m_pBackgroundTexture) {
         m_pGL->glDisable(GL_BLEND);
-        DrawQuad(VisualRect{0, 0, size.width(), size.height()},
+        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
                  CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
                  m_pBackgroundTexture.get(), 0, 1.0f);
     }
     m_pGL->glEnable(GL_BLEND);
     m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     if (m_state.bLyricsShown) {
-        DrawQuad(m_state.rcLyricsBox, {}, nullptr, m_state.settings.m_clrLyricsBox, 1.0f);
+        DrawQuad(QuadSlot::Box, m_state.rcLyricsBox, {}, nullptr, m_state.settings.m_clrLyricsBox, 1.0f);
         RenderLyrics(fSeconds);
     }
     if (m_state.bArtShown && m_pArtTexture)
-        DrawQuad(m_state.rcArt, {}, m_pArtTexture.get(), 0,
+        DrawQuad(QuadSlot::Art, m_state.rcArt, {}, m_pArtTexture.get(), 0,
                  static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
-    if (m_pBound)
+    if (m_pBound) {
         m_pBound->release();
+        m_pVertices->release();
+    }
 }

@@ -112,8 +112,15 @@ private:
     void LoadArt();
     void LoadBackground();
     void UploadImage(std::unique_ptr<QOpenGLTexture>& texture, const QImage& image);
-    void DrawQuad(const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture, ARGBCOLOR clrColour,
-                  float fAlpha, float fVOffset = 0.0f, bool bClip = false);
+    // The quads of a frame, each with its place in the vertex buffer.
+    enum class QuadSlot { Background, Box, Text, UpArrow, DownArrow, Art, Count };
+    using QuadVertices = std::array<float, 16>;
+    struct ProgramUniforms
+    {
+        int viewport = -1, color = -1, alpha = -1, vOffset = -1, tex = -1;
+    };
+    void DrawQuad(QuadSlot eSlot, const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+                  ARGBCOLOR clrColour, float fAlpha, float fVOffset = 0.0f, bool bClip = false);
     void RenderLyrics(float fSeconds);
     void RenderSyncedLyrics(float fSeconds);
     bool ArtShown() const;
@@ -137,7 +144,9 @@ private:
     QOpenGLShaderProgram* m_pProgram = nullptr;                      // set while resources exist
     QOpenGLShaderProgram* m_pBound = nullptr;
     QVector2D m_viewport;
+    std::array<ProgramUniforms, 3> m_uniforms;
     std::unique_ptr<QOpenGLBuffer> m_pVertices;
+    std::array<QuadVertices, static_cast<size_t>(QuadSlot::Count)> m_quadVertices{}; // as the buffer holds them
     std::unique_ptr<QOpenGLTexture> m_pArtTexture;
     std::unique_ptr<QOpenGLTexture> m_pBackgroundTexture;
     std::unique_ptr<QOpenGLTexture> m_pLyricsTexture;
