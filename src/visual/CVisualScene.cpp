@@ -2,6 +2,7 @@
 
 #include <QOpenGLBuffer>
 #include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 #include <QOpenGLTexture>
@@ -56,6 +57,11 @@ const char* const kProgramDefines[] = {"", "#define TEXTURED\n", "#define TEXTUR
 
 constexpr float kArrowIdleAlpha = 0x80 / 255.0f;
 
+GLuint TextureId(const std::unique_ptr<QOpenGLTexture>& texture)
+{
+    return texture ? texture->textureId() : 0;
+}
+
 } // namespace
 
 CVisualScene::CVisualScene(const VisualSettings& settings, DWORD dwFlags, bool bSlideShow, QSize clientSize)
@@ -77,6 +83,7 @@ CVisualScene::~CVisualScene()
     if (!QOpenGLContext::currentContext()) {
         for (auto* texture : {&m_pArtTexture, &m_pBackgroundTexture, &m_pLyricsTexture, &m_pUpArrow, &m_pDownArrow})
             (void)texture->release();
+        (void)m_pStaticLayer.release();
         (void)m_pVertices.release();
         for (auto& program : m_programs)
             (void)program.release();
@@ -128,6 +135,7 @@ bool CVisualScene::CreateDeviceResources()
     UploadImage(m_pArtTexture, m_artImage);
     UploadImage(m_pBackgroundTexture, m_backgroundImage);
     m_bLyricsTextureValid = false;
+    m_bStaticLayerValid = false;
     return true;
 }
 
@@ -140,6 +148,8 @@ void CVisualScene::ReleaseDeviceResources()
     m_pLyricsTexture.reset();
     m_pUpArrow.reset();
     m_pDownArrow.reset();
+    m_pStaticLayer.reset();
+    m_bStaticLayerValid = false;
     m_pVertices.reset();
     m_pProgram = nullptr;
     for (auto& program : m_programs)
@@ -198,6 +208,7 @@ void CVisualScene::LoadArt()
         image = LoadVisualPicture(m_state.arrArts[m_state.nCurrentArt]);
     m_artImage = image.isNull() ? VisualDefaultArt() : image;
     UploadImage(m_pArtTexture, m_artImage);
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::LoadBackground()
@@ -206,6 +217,7 @@ void CVisualScene::LoadBackground()
     if (m_state.nCurrentBackground >= 0 && m_state.nCurrentBackground < m_state.arrBackgrounds.size())
         m_backgroundImage = LoadVisualPicture(m_state.arrBackgrounds[m_state.nCurrentBackground]);
     UploadImage(m_pBackgroundTexture, m_backgroundImage);
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::ReloadArtAndBackgrounds()
@@ -282,6 +294,7 @@ void CVisualScene::RebuildScene(int nParts)
         ComputeArrows(m_state.rcLyricsBox, m_state.rcUpArrow, m_state.rcDownArrow);
     }
     m_bLyricsTextureValid = false;
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::MouseMove(int x, int y)
@@ -339,7 +352,7 @@ void CVisualScene::AdvanceSlideShow(float fSeconds)
     }
 }
 
-void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTexRect& uv, GLuint nTexture,
                             ARGBCOLOR clrColour, float fAlpha, float fVOffset, bool bClip)
 {
     const float x0 = static_cast<float>(r.left), x1 = static_cast<float>(r.right);
@@ -357,7 +370,7 @@ void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTex
     // The discard costs llvmpipe on every pixel, so it runs only while the quad's rows reach past
     // the texture (lyrics scrolled above their start); inside it, it would never discard anything.
     const bool clipped = bClip && (uv.v0 + fVOffset < 0.0f || uv.v1 + fVOffset > 1.0f);
-    const size_t index = pTexture ? (clipped ? 2 : 1) : 0;
+    const size_t index = nTexture ? (clipped ? 2 : 1) : 0;
     QOpenGLShaderProgram* program = m_programs[index].get();
     const ProgramUniforms& uniforms = m_uniforms[index];
     if (program != m_pBound) {
@@ -370,31 +383,51 @@ void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTex
         program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
         m_pBound = program;
     }
-    if (pTexture)
+    if (nTexture)
         program->setUniformValue(uniforms.vOffset, fVOffset);
     else
         program->setUniformValue(uniforms.color, QColor::fromRgba(clrColour));
     program->setUniformValue(uniforms.alpha, fAlpha);
-    if (pTexture) {
+    if (nTexture) {
         m_pGL->glActiveTexture(GL_TEXTURE0);
-        pTexture->bind();
+        m_pGL->glBindTexture(GL_TEXTURE_2D, nTexture);
     }
     m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, static_cast<int>(eSlot) * 4, 4);
-    if (pTexture)
-        pTexture->release();
+    if (nTexture)
+        m_pGL->glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void CVisualScene::MeasureLyricsIfStale()
+{
+    if (m_bLyricsTextureValid)
+        return;
+    const int width = m_state.rcLyricsBox.Width();
+    if (m_state.bSyncedLyrics) {
+        m_syncedLayout = LayoutSyncedLyrics(m_lyricsFont, width, m_syncedLines);
+        m_state.lyricsTextSize = m_syncedLayout.size;
+    } else {
+        m_state.lyricsTextSize = MeasureLyrics(m_lyricsFont, width, m_state.strLyrics);
+    }
+    m_pLyricsTexture.reset();
+    m_bLyricsTextureValid = true;
+    m_state.nLyricsPage = -100;
+}
+
+VisualRect CVisualScene::TextQuad() const
+{
+    // Synchronised lines are laid out in the box's width; plain text is centred in it, and a word
+    // wider than the box makes the quad wider than the box.
+    const VisualRect& box = m_state.rcLyricsBox;
+    const int width = m_state.lyricsTextSize.width();
+    const int left = m_state.bSyncedLyrics ? box.left : box.left + (box.Width() - width) / 2;
+    return VisualRect{left, box.top, left + width, box.bottom};
 }
 
 void CVisualScene::RenderSyncedLyrics(float fSeconds)
 {
     const VisualRect& box = m_state.rcLyricsBox;
     const int h = box.Height();
-    if (!m_bLyricsTextureValid) {
-        m_syncedLayout = LayoutSyncedLyrics(m_lyricsFont, box.Width(), m_syncedLines);
-        m_state.lyricsTextSize = m_syncedLayout.size;
-        m_pLyricsTexture.reset();
-        m_bLyricsTextureValid = true;
-        m_state.nLyricsPage = -100;
-    }
+    MeasureLyricsIfStale();
     // A plain atomic read: the render thread never waits on the audio path.
     const qint64 positionMs = m_pAudioPlayer ? static_cast<qint64>(m_pAudioPlayer->PeekCurrentTime() / 10000) : 0;
     const int line = SyncedLineAt(m_state.syncedLyrics, positionMs);
@@ -417,11 +450,10 @@ void CVisualScene::RenderSyncedLyrics(float fSeconds)
     const int lineTop = box.top + m_syncedLayout.tops[shown] - static_cast<int>(m_state.scroll.fOffset);
     m_state.rcSyncedLine = line < 0 ? VisualRect{}
                                     : VisualRect{box.left, lineTop, box.right, lineTop + m_syncedLayout.heights[shown]};
-    VisualRect quad{box.left, box.top, box.left + text.width(), box.bottom};
-    DrawQuad(QuadSlot::Text, quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, TextQuad(), VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, TextureId(m_pLyricsTexture), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, TextureId(m_pUpArrow), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, TextureId(m_pDownArrow), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderLyrics(float fSeconds)
@@ -430,14 +462,8 @@ void CVisualScene::RenderLyrics(float fSeconds)
         RenderSyncedLyrics(fSeconds);
         return;
     }
-    const VisualRect& box = m_state.rcLyricsBox;
-    const int h = box.Height();
-    if (!m_bLyricsTextureValid) {
-        m_state.lyricsTextSize = MeasureLyrics(m_lyricsFont, box.Width(), m_state.strLyrics);
-        m_pLyricsTexture.reset();
-        m_bLyricsTextureValid = true;
-        m_state.nLyricsPage = -100;
-    }
+    const int h = m_state.rcLyricsBox.Height();
+    MeasureLyricsIfStale();
     const QSize text = m_state.lyricsTextSize;
     const bool hover = m_state.bHoverUp || m_state.bHoverDown;
     StepLyricsScroll(m_state.scroll, fSeconds, hover, h, text.height());
@@ -449,15 +475,10 @@ void CVisualScene::RenderLyrics(float fSeconds)
                                                      m_state.strLyrics));
         m_state.nLyricsPage = page;
     }
-    VisualRect quad;
-    quad.left = box.left + (box.Width() - text.width()) / 2;
-    quad.right = quad.left + text.width();
-    quad.top = box.top;
-    quad.bottom = box.bottom;
-    DrawQuad(QuadSlot::Text, quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, TextQuad(), VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, TextureId(m_pLyricsTexture), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, TextureId(m_pUpArrow), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, TextureId(m_pDownArrow), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
@@ -493,23 +514,95 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
 
     m_viewport = QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height()));
     m_pBound = nullptr;
-    if (!pluginMode && m_pBackgroundTexture) {
+    const bool artShown = m_state.bArtShown && m_pArtTexture;
+    // Copying the layer costs a full-screen pass: it pays off where the background costs one anyway.
+    const bool layered = !pluginMode && m_pBackgroundTexture && UpdateStaticLayer();
+    if (layered) {
         m_pGL->glDisable(GL_BLEND);
-        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
-                 CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
-                 m_pBackgroundTexture.get(), 0, 1.0f);
+        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()}, VisualTexRect{0.0f, 1.0f, 1.0f, 0.0f},
+                 m_pStaticLayer->texture(), 0, 1.0f);
+    } else if (!pluginMode) {
+        DrawBackground();
     }
     m_pGL->glEnable(GL_BLEND);
     m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     if (m_state.bLyricsShown) {
-        DrawQuad(QuadSlot::Box, m_state.rcLyricsBox, {}, nullptr, m_state.settings.m_clrLyricsBox, 1.0f);
+        if (!layered)
+            DrawLyricsBox();
         RenderLyrics(fSeconds);
     }
-    if (m_state.bArtShown && m_pArtTexture)
-        DrawQuad(QuadSlot::Art, m_state.rcArt, {}, m_pArtTexture.get(), 0,
-                 static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
+    if (artShown && !(layered && m_bArtInStaticLayer))
+        DrawArt();
     if (m_pBound) {
         m_pBound->release();
         m_pVertices->release();
     }
+}
+
+void CVisualScene::DrawBackground()
+{
+    if (!m_pBackgroundTexture)
+        return;
+    const QSize size = m_state.clientSize;
+    m_pGL->glDisable(GL_BLEND);
+    DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
+             CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
+             TextureId(m_pBackgroundTexture), 0, 1.0f);
+}
+
+void CVisualScene::DrawLyricsBox()
+{
+    DrawQuad(QuadSlot::Box, m_state.rcLyricsBox, {}, 0, m_state.settings.m_clrLyricsBox, 1.0f);
+}
+
+void CVisualScene::DrawArt()
+{
+    DrawQuad(QuadSlot::Art, m_state.rcArt, {}, TextureId(m_pArtTexture), 0,
+             static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
+}
+
+bool CVisualScene::UpdateStaticLayer()
+{
+    if (m_bStaticLayerValid)
+        return true;
+    // The frame's target, read before a new layer's creation leaves the layer bound.
+    GLint target = 0;
+    m_pGL->glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+    const QSize size = m_state.clientSize;
+    if (!m_pStaticLayer || m_pStaticLayer->size() != size) {
+        m_pStaticLayer = std::make_unique<QOpenGLFramebufferObject>(size);
+        if (!m_pStaticLayer->isValid()) {
+            m_pStaticLayer.reset();
+            m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+            return false;
+        }
+        // Copied pixel for pixel onto the frame.
+        m_pGL->glBindTexture(GL_TEXTURE_2D, m_pStaticLayer->texture());
+        m_pGL->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        m_pGL->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        m_pGL->glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    // The art is drawn after the lyrics text; it joins the layer only when the text cannot reach
+    // it (a word wider than the box can).
+    bool artUnderText = false;
+    if (m_state.bLyricsShown) {
+        MeasureLyricsIfStale();
+        const VisualRect text = TextQuad();
+        const VisualRect& art = m_state.rcArt;
+        artUnderText = text.left < art.right && art.left < text.right && text.top < art.bottom && art.top < text.bottom;
+    }
+    m_bArtInStaticLayer = m_state.bArtShown && m_pArtTexture && !artUnderText;
+
+    m_pStaticLayer->bind();
+    m_pGL->glClear(GL_COLOR_BUFFER_BIT);
+    DrawBackground();
+    m_pGL->glEnable(GL_BLEND);
+    m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    if (m_state.bLyricsShown)
+        DrawLyricsBox();
+    if (m_bArtInStaticLayer)
+        DrawArt();
+    m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+    m_bStaticLayerValid = true;
+    return true;
 }

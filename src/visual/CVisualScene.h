@@ -25,6 +25,7 @@
 class QOpenGLShaderProgram;
 class QOpenGLTexture;
 class QOpenGLBuffer;
+class QOpenGLFramebufferObject;
 class QOpenGLFunctions;
 
 // What the scene shows, copied out for observers on other threads.
@@ -119,8 +120,16 @@ private:
     {
         int viewport = -1, color = -1, alpha = -1, vOffset = -1, tex = -1;
     };
-    void DrawQuad(QuadSlot eSlot, const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+    void DrawQuad(QuadSlot eSlot, const VisualRect& rect, const VisualTexRect& uv, unsigned int nTexture,
                   ARGBCOLOR clrColour, float fAlpha, float fVOffset = 0.0f, bool bClip = false);
+    void DrawBackground();
+    void DrawLyricsBox();
+    void DrawArt();
+    // Draws what stays put between layout changes (background, lyrics box, art) into the static
+    // layer when it is stale; false when there is no layer to copy from.
+    bool UpdateStaticLayer();
+    void MeasureLyricsIfStale();
+    VisualRect TextQuad() const;
     void RenderLyrics(float fSeconds);
     void RenderSyncedLyrics(float fSeconds);
     bool ArtShown() const;
@@ -152,6 +161,9 @@ private:
     std::unique_ptr<QOpenGLTexture> m_pLyricsTexture;
     std::unique_ptr<QOpenGLTexture> m_pUpArrow;
     std::unique_ptr<QOpenGLTexture> m_pDownArrow;
+    std::unique_ptr<QOpenGLFramebufferObject> m_pStaticLayer; // the background, box and art of the frame
+    bool m_bStaticLayerValid = false;
+    bool m_bArtInStaticLayer = false;
     QOpenGLFunctions* m_pGL = nullptr;
 
     IVisualPluginRunner* m_pPlugin = nullptr;
