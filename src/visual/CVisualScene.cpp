@@ -515,24 +515,31 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
     m_viewport = QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height()));
     m_pBound = nullptr;
     const bool artShown = m_state.bArtShown && m_pArtTexture;
-    // Copying the layer costs a full-screen pass: it pays off where the background costs one anyway.
-    const bool layered = !pluginMode && m_pBackgroundTexture && UpdateStaticLayer();
-    if (layered) {
+    // Copying the whole layer costs a full-screen pass: it pays off where the background costs one
+    // anyway. Elsewhere the layer holds only the art at its size, which is cheaper to sample
+    // texel for texel than to shrink from the picture each frame.
+    const bool whole = !pluginMode && m_pBackgroundTexture;
+    const bool layered = (whole || artShown) && UpdateStaticLayer(whole);
+    if (layered && whole) {
         m_pGL->glDisable(GL_BLEND);
-        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()}, VisualTexRect{0.0f, 1.0f, 1.0f, 0.0f},
-                 m_pStaticLayer->texture(), 0, 1.0f);
+        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
+                 LayerTexRect(VisualRect{0, 0, size.width(), size.height()}), m_pStaticLayer->texture(), 0, 1.0f);
     } else if (!pluginMode) {
         DrawBackground();
     }
     m_pGL->glEnable(GL_BLEND);
     m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     if (m_state.bLyricsShown) {
-        if (!layered)
+        if (!(layered && whole))
             DrawLyricsBox();
         RenderLyrics(fSeconds);
     }
-    if (artShown && !(layered && m_bArtInStaticLayer))
-        DrawArt();
+    if (artShown && !(layered && whole && m_bArtInStaticLayer)) {
+        if (layered && !whole)
+            DrawQuad(QuadSlot::Art, m_state.rcArt, LayerTexRect(m_state.rcArt), m_pStaticLayer->texture(), 0, ArtAlpha());
+        else
+            DrawArt(ArtAlpha());
+    }
     if (m_pBound) {
         m_pBound->release();
         m_pVertices->release();
@@ -555,15 +562,28 @@ void CVisualScene::DrawLyricsBox()
     DrawQuad(QuadSlot::Box, m_state.rcLyricsBox, {}, 0, m_state.settings.m_clrLyricsBox, 1.0f);
 }
 
-void CVisualScene::DrawArt()
+void CVisualScene::DrawArt(float fAlpha)
 {
-    DrawQuad(QuadSlot::Art, m_state.rcArt, {}, TextureId(m_pArtTexture), 0,
-             static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
+    DrawQuad(QuadSlot::Art, m_state.rcArt, {}, TextureId(m_pArtTexture), 0, fAlpha);
 }
 
-bool CVisualScene::UpdateStaticLayer()
+float CVisualScene::ArtAlpha() const
 {
-    if (m_bStaticLayerValid)
+    return static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f;
+}
+
+VisualTexRect CVisualScene::LayerTexRect(const VisualRect& rect) const
+{
+    // The layer's rows run bottom up.
+    const auto w = static_cast<float>(m_state.clientSize.width());
+    const auto h = static_cast<float>(m_state.clientSize.height());
+    return VisualTexRect{static_cast<float>(rect.left) / w, 1.0f - static_cast<float>(rect.top) / h,
+                         static_cast<float>(rect.right) / w, 1.0f - static_cast<float>(rect.bottom) / h};
+}
+
+bool CVisualScene::UpdateStaticLayer(bool bWhole)
+{
+    if (m_bStaticLayerValid && m_bWholeStaticLayer == bWhole)
         return true;
     // The frame's target, read before a new layer's creation leaves the layer bound.
     GLint target = 0;
@@ -582,27 +602,33 @@ bool CVisualScene::UpdateStaticLayer()
         m_pGL->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
         m_pGL->glBindTexture(GL_TEXTURE_2D, 0);
     }
-    // The art is drawn after the lyrics text; it joins the layer only when the text cannot reach
-    // it (a word wider than the box can).
-    bool artUnderText = false;
-    if (m_state.bLyricsShown) {
-        MeasureLyricsIfStale();
-        const VisualRect text = TextQuad();
-        const VisualRect& art = m_state.rcArt;
-        artUnderText = text.left < art.right && art.left < text.right && text.top < art.bottom && art.top < text.bottom;
-    }
-    m_bArtInStaticLayer = m_state.bArtShown && m_pArtTexture && !artUnderText;
-
     m_pStaticLayer->bind();
     m_pGL->glClear(GL_COLOR_BUFFER_BIT);
-    DrawBackground();
-    m_pGL->glEnable(GL_BLEND);
-    m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    if (m_state.bLyricsShown)
-        DrawLyricsBox();
-    if (m_bArtInStaticLayer)
-        DrawArt();
+    if (bWhole) {
+        // The art is drawn after the lyrics text; it joins the layer only when the text cannot
+        // reach it (a word wider than the box can).
+        bool artUnderText = false;
+        if (m_state.bLyricsShown) {
+            MeasureLyricsIfStale();
+            const VisualRect text = TextQuad();
+            const VisualRect& art = m_state.rcArt;
+            artUnderText = text.left < art.right && art.left < text.right && text.top < art.bottom && art.top < text.bottom;
+        }
+        m_bArtInStaticLayer = m_state.bArtShown && m_pArtTexture && !artUnderText;
+        DrawBackground();
+        m_pGL->glEnable(GL_BLEND);
+        m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+        if (m_state.bLyricsShown)
+            DrawLyricsBox();
+        if (m_bArtInStaticLayer)
+            DrawArt(ArtAlpha());
+    } else {
+        // The art as sampled, with its own alpha; the frame applies the art transparency.
+        m_pGL->glDisable(GL_BLEND);
+        DrawArt(1.0f);
+    }
     m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
     m_bStaticLayerValid = true;
+    m_bWholeStaticLayer = bWhole;
     return true;
 }

@@ -124,10 +124,14 @@ private:
                   ARGBCOLOR clrColour, float fAlpha, float fVOffset = 0.0f, bool bClip = false);
     void DrawBackground();
     void DrawLyricsBox();
-    void DrawArt();
-    // Draws what stays put between layout changes (background, lyrics box, art) into the static
-    // layer when it is stale; false when there is no layer to copy from.
-    bool UpdateStaticLayer();
+    void DrawArt(float fAlpha);
+    float ArtAlpha() const;
+    // Where `rect` of the client area lies in the static layer's texture.
+    VisualTexRect LayerTexRect(const VisualRect& rect) const;
+    // Draws what stays put between layout changes into the static layer when it is stale: with
+    // `bWhole` the background, lyrics box and art as the frame shows them, else only the art as
+    // sampled. False when there is no layer to copy from.
+    bool UpdateStaticLayer(bool bWhole);
     void MeasureLyricsIfStale();
     VisualRect TextQuad() const;
     void RenderLyrics(float fSeconds);
@@ -161,8 +165,9 @@ private:
     std::unique_ptr<QOpenGLTexture> m_pLyricsTexture;
     std::unique_ptr<QOpenGLTexture> m_pUpArrow;
     std::unique_ptr<QOpenGLTexture> m_pDownArrow;
-    std::unique_ptr<QOpenGLFramebufferObject> m_pStaticLayer; // the background, box and art of the frame
+    std::unique_ptr<QOpenGLFramebufferObject> m_pStaticLayer;
     bool m_bStaticLayerValid = false;
+    bool m_bWholeStaticLayer = false;
     bool m_bArtInStaticLayer = false;
     QOpenGLFunctions* m_pGL = nullptr;
 
