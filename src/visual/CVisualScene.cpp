@@ -2,6 +2,7 @@
 
 #include <QOpenGLBuffer>
 #include <QOpenGLContext>
+#include <QOpenGLExtraFunctions>
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
@@ -96,6 +97,8 @@ bool CVisualScene::CreateDeviceResources()
     if (!context)
         return false;
     m_pGL = context->functions();
+    m_pBlit = context->format().majorVersion() >= 3 || context->hasExtension("GL_ARB_framebuffer_object")
+        ? context->extraFunctions() : nullptr;
     std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> programs;
     for (size_t i = 0; i < programs.size(); ++i) {
         auto program = std::make_unique<QOpenGLShaderProgram>();
@@ -522,8 +525,9 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
     const bool layered = (whole || artShown) && UpdateStaticLayer(whole);
     if (layered && whole) {
         m_pGL->glDisable(GL_BLEND);
-        DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
-                 LayerTexRect(VisualRect{0, 0, size.width(), size.height()}), m_pStaticLayer->texture(), 0, 1.0f);
+        if (!BlitStaticLayer())
+            DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
+                     LayerTexRect(VisualRect{0, 0, size.width(), size.height()}), m_pStaticLayer->texture(), 0, 1.0f);
     } else if (!pluginMode) {
         DrawBackground();
     }
@@ -579,6 +583,20 @@ VisualTexRect CVisualScene::LayerTexRect(const VisualRect& rect) const
     const auto h = static_cast<float>(m_state.clientSize.height());
     return VisualTexRect{static_cast<float>(rect.left) / w, 1.0f - static_cast<float>(rect.top) / h,
                          static_cast<float>(rect.right) / w, 1.0f - static_cast<float>(rect.bottom) / h};
+}
+
+bool CVisualScene::BlitStaticLayer()
+{
+    if (!m_pBlit)
+        return false;
+    GLint target = 0;
+    m_pGL->glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+    m_pBlit->glBindFramebuffer(GL_READ_FRAMEBUFFER, m_pStaticLayer->handle());
+    m_pBlit->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(target));
+    const int w = m_state.clientSize.width(), h = m_state.clientSize.height();
+    m_pBlit->glBlitFramebuffer(0, 0, w, h, 0, 0, w, h, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+    return true;
 }
 
 bool CVisualScene::UpdateStaticLayer(bool bWhole)

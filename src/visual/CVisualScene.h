@@ -27,6 +27,7 @@ class QOpenGLTexture;
 class QOpenGLBuffer;
 class QOpenGLFramebufferObject;
 class QOpenGLFunctions;
+class QOpenGLExtraFunctions;
 
 // What the scene shows, copied out for observers on other threads.
 struct VisualSceneState
@@ -132,6 +133,8 @@ private:
     // `bWhole` the background, lyrics box and art as the frame shows them, else only the art as
     // sampled. False when there is no layer to copy from.
     bool UpdateStaticLayer(bool bWhole);
+    // Copies the whole layer onto the frame; false when the context cannot blit.
+    bool BlitStaticLayer();
     void MeasureLyricsIfStale();
     VisualRect TextQuad() const;
     void RenderLyrics(float fSeconds);
@@ -170,6 +173,7 @@ private:
     bool m_bWholeStaticLayer = false;
     bool m_bArtInStaticLayer = false;
     QOpenGLFunctions* m_pGL = nullptr;
+    QOpenGLExtraFunctions* m_pBlit = nullptr; // null without framebuffer blits
 
     IVisualPluginRunner* m_pPlugin = nullptr;
     CAudioPlayer* m_pAudioPlayer = nullptr;
