@@ -2,6 +2,8 @@
 
 #include <QOpenGLBuffer>
 #include <QOpenGLContext>
+#include <QOpenGLExtraFunctions>
+#include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
 #include <QOpenGLShaderProgram>
 #include <QOpenGLTexture>
@@ -56,6 +58,11 @@ const char* const kProgramDefines[] = {"", "#define TEXTURED\n", "#define TEXTUR
 
 constexpr float kArrowIdleAlpha = 0x80 / 255.0f;
 
+GLuint TextureId(const std::unique_ptr<QOpenGLTexture>& texture)
+{
+    return texture ? texture->textureId() : 0;
+}
+
 } // namespace
 
 CVisualScene::CVisualScene(const VisualSettings& settings, DWORD dwFlags, bool bSlideShow, QSize clientSize)
@@ -77,6 +84,7 @@ CVisualScene::~CVisualScene()
     if (!QOpenGLContext::currentContext()) {
         for (auto* texture : {&m_pArtTexture, &m_pBackgroundTexture, &m_pLyricsTexture, &m_pUpArrow, &m_pDownArrow})
             (void)texture->release();
+        (void)m_pStaticLayer.release();
         (void)m_pVertices.release();
         for (auto& program : m_programs)
             (void)program.release();
@@ -89,6 +97,8 @@ bool CVisualScene::CreateDeviceResources()
     if (!context)
         return false;
     m_pGL = context->functions();
+    m_pBlit = context->format().majorVersion() >= 3 || context->hasExtension("GL_ARB_framebuffer_object")
+        ? context->extraFunctions() : nullptr;
     std::array<std::unique_ptr<QOpenGLShaderProgram>, 3> programs;
     for (size_t i = 0; i < programs.size(); ++i) {
         auto program = std::make_unique<QOpenGLShaderProgram>();
@@ -111,8 +121,15 @@ bool CVisualScene::CreateDeviceResources()
         return false;
     vertices->setUsagePattern(QOpenGLBuffer::DynamicDraw);
     vertices->bind();
-    vertices->allocate(16 * static_cast<int>(sizeof(float)));
+    m_quadVertices = {};
+    vertices->allocate(m_quadVertices.data(), static_cast<int>(sizeof(m_quadVertices)));
     vertices->release();
+    for (size_t i = 0; i < programs.size(); ++i) {
+        QOpenGLShaderProgram& program = *programs[i];
+        m_uniforms[i] = {program.uniformLocation("uViewport"), program.uniformLocation("uColor"),
+                         program.uniformLocation("uAlpha"), program.uniformLocation("uVOffset"),
+                         program.uniformLocation("uTex")};
+    }
     m_programs = std::move(programs);
     m_pProgram = m_programs[0].get();
     m_pVertices = std::move(vertices);
@@ -121,6 +138,7 @@ bool CVisualScene::CreateDeviceResources()
     UploadImage(m_pArtTexture, m_artImage);
     UploadImage(m_pBackgroundTexture, m_backgroundImage);
     m_bLyricsTextureValid = false;
+    m_bStaticLayerValid = false;
     return true;
 }
 
@@ -133,6 +151,8 @@ void CVisualScene::ReleaseDeviceResources()
     m_pLyricsTexture.reset();
     m_pUpArrow.reset();
     m_pDownArrow.reset();
+    m_pStaticLayer.reset();
+    m_bStaticLayerValid = false;
     m_pVertices.reset();
     m_pProgram = nullptr;
     for (auto& program : m_programs)
@@ -191,6 +211,7 @@ void CVisualScene::LoadArt()
         image = LoadVisualPicture(m_state.arrArts[m_state.nCurrentArt]);
     m_artImage = image.isNull() ? VisualDefaultArt() : image;
     UploadImage(m_pArtTexture, m_artImage);
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::LoadBackground()
@@ -199,6 +220,7 @@ void CVisualScene::LoadBackground()
     if (m_state.nCurrentBackground >= 0 && m_state.nCurrentBackground < m_state.arrBackgrounds.size())
         m_backgroundImage = LoadVisualPicture(m_state.arrBackgrounds[m_state.nCurrentBackground]);
     UploadImage(m_pBackgroundTexture, m_backgroundImage);
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::ReloadArtAndBackgrounds()
@@ -275,6 +297,7 @@ void CVisualScene::RebuildScene(int nParts)
         ComputeArrows(m_state.rcLyricsBox, m_state.rcUpArrow, m_state.rcDownArrow);
     }
     m_bLyricsTextureValid = false;
+    m_bStaticLayerValid = false;
 }
 
 void CVisualScene::MouseMove(int x, int y)
@@ -332,49 +355,82 @@ void CVisualScene::AdvanceSlideShow(float fSeconds)
     }
 }
 
-void CVisualScene::DrawQuad(const VisualRect& r, const VisualTexRect& uv, QOpenGLTexture* pTexture,
+void CVisualScene::DrawQuad(QuadSlot eSlot, const VisualRect& r, const VisualTexRect& uv, GLuint nTexture,
                             ARGBCOLOR clrColour, float fAlpha, float fVOffset, bool bClip)
 {
     const float x0 = static_cast<float>(r.left), x1 = static_cast<float>(r.right);
     const float y0 = static_cast<float>(r.top), y1 = static_cast<float>(r.bottom);
-    const float vertices[16] = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
-    QOpenGLShaderProgram* program = m_programs[pTexture ? (fVOffset != 0.0f || bClip ? 2 : 1) : 0].get();
+    const QuadVertices vertices = {x0, y0, uv.u0, uv.v0, x1, y0, uv.u1, uv.v0, x0, y1, uv.u0, uv.v1, x1, y1, uv.u1, uv.v1};
+    m_pVertices->bind();
+    // Rewriting a buffer that earlier draws of the frame still read makes llvmpipe finish them
+    // first, so each quad keeps its own slot and is written only when it moves.
+    QuadVertices& held = m_quadVertices[static_cast<size_t>(eSlot)];
+    if (vertices != held) {
+        m_pVertices->write(static_cast<int>(eSlot) * static_cast<int>(sizeof(QuadVertices)), vertices.data(),
+                           static_cast<int>(sizeof(QuadVertices)));
+        held = vertices;
+    }
+    // The discard costs llvmpipe on every pixel, so it runs only while the quad's rows reach past
+    // the texture (lyrics scrolled above their start); inside it, it would never discard anything.
+    const bool clipped = bClip && (uv.v0 + fVOffset < 0.0f || uv.v1 + fVOffset > 1.0f);
+    const size_t index = nTexture ? (clipped ? 2 : 1) : 0;
+    QOpenGLShaderProgram* program = m_programs[index].get();
+    const ProgramUniforms& uniforms = m_uniforms[index];
     if (program != m_pBound) {
         program->bind();
-        program->setUniformValue("uViewport", m_viewport);
+        program->setUniformValue(uniforms.viewport, m_viewport);
+        program->setUniformValue(uniforms.tex, 0);
+        program->enableAttributeArray(0);
+        program->enableAttributeArray(1);
+        program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
+        program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
         m_pBound = program;
     }
-    m_pVertices->bind();
-    m_pVertices->write(0, vertices, sizeof(vertices));
-    program->enableAttributeArray(0);
-    program->enableAttributeArray(1);
-    program->setAttributeBuffer(0, GL_FLOAT, 0, 2, 4 * sizeof(float));
-    program->setAttributeBuffer(1, GL_FLOAT, 2 * sizeof(float), 2, 4 * sizeof(float));
-    program->setUniformValue("uColor", QColor::fromRgba(clrColour));
-    program->setUniformValue("uAlpha", fAlpha);
-    program->setUniformValue("uVOffset", fVOffset);
-    if (pTexture) {
+    if (nTexture)
+        program->setUniformValue(uniforms.vOffset, fVOffset);
+    else
+        program->setUniformValue(uniforms.color, QColor::fromRgba(clrColour));
+    program->setUniformValue(uniforms.alpha, fAlpha);
+    if (nTexture) {
         m_pGL->glActiveTexture(GL_TEXTURE0);
-        pTexture->bind();
-        program->setUniformValue("uTex", 0);
+        m_pGL->glBindTexture(GL_TEXTURE_2D, nTexture);
     }
-    m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-    if (pTexture)
-        pTexture->release();
-    m_pVertices->release();
+    m_pGL->glDrawArrays(GL_TRIANGLE_STRIP, static_cast<int>(eSlot) * 4, 4);
+    if (nTexture)
+        m_pGL->glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void CVisualScene::MeasureLyricsIfStale()
+{
+    if (m_bLyricsTextureValid)
+        return;
+    const int width = m_state.rcLyricsBox.Width();
+    if (m_state.bSyncedLyrics) {
+        m_syncedLayout = LayoutSyncedLyrics(m_lyricsFont, width, m_syncedLines);
+        m_state.lyricsTextSize = m_syncedLayout.size;
+    } else {
+        m_state.lyricsTextSize = MeasureLyrics(m_lyricsFont, width, m_state.strLyrics);
+    }
+    m_pLyricsTexture.reset();
+    m_bLyricsTextureValid = true;
+    m_state.nLyricsPage = -100;
+}
+
+VisualRect CVisualScene::TextQuad() const
+{
+    // Synchronised lines are laid out in the box's width; plain text is centred in it, and a word
+    // wider than the box makes the quad wider than the box.
+    const VisualRect& box = m_state.rcLyricsBox;
+    const int width = m_state.lyricsTextSize.width();
+    const int left = m_state.bSyncedLyrics ? box.left : box.left + (box.Width() - width) / 2;
+    return VisualRect{left, box.top, left + width, box.bottom};
 }
 
 void CVisualScene::RenderSyncedLyrics(float fSeconds)
 {
     const VisualRect& box = m_state.rcLyricsBox;
     const int h = box.Height();
-    if (!m_bLyricsTextureValid) {
-        m_syncedLayout = LayoutSyncedLyrics(m_lyricsFont, box.Width(), m_syncedLines);
-        m_state.lyricsTextSize = m_syncedLayout.size;
-        m_pLyricsTexture.reset();
-        m_bLyricsTextureValid = true;
-        m_state.nLyricsPage = -100;
-    }
+    MeasureLyricsIfStale();
     // A plain atomic read: the render thread never waits on the audio path.
     const qint64 positionMs = m_pAudioPlayer ? static_cast<qint64>(m_pAudioPlayer->PeekCurrentTime() / 10000) : 0;
     const int line = SyncedLineAt(m_state.syncedLyrics, positionMs);
@@ -397,11 +453,10 @@ void CVisualScene::RenderSyncedLyrics(float fSeconds)
     const int lineTop = box.top + m_syncedLayout.tops[shown] - static_cast<int>(m_state.scroll.fOffset);
     m_state.rcSyncedLine = line < 0 ? VisualRect{}
                                     : VisualRect{box.left, lineTop, box.right, lineTop + m_syncedLayout.heights[shown]};
-    VisualRect quad{box.left, box.top, box.left + text.width(), box.bottom};
-    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, TextQuad(), VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, TextureId(m_pLyricsTexture), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, TextureId(m_pUpArrow), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, TextureId(m_pDownArrow), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderLyrics(float fSeconds)
@@ -410,14 +465,8 @@ void CVisualScene::RenderLyrics(float fSeconds)
         RenderSyncedLyrics(fSeconds);
         return;
     }
-    const VisualRect& box = m_state.rcLyricsBox;
-    const int h = box.Height();
-    if (!m_bLyricsTextureValid) {
-        m_state.lyricsTextSize = MeasureLyrics(m_lyricsFont, box.Width(), m_state.strLyrics);
-        m_pLyricsTexture.reset();
-        m_bLyricsTextureValid = true;
-        m_state.nLyricsPage = -100;
-    }
+    const int h = m_state.rcLyricsBox.Height();
+    MeasureLyricsIfStale();
     const QSize text = m_state.lyricsTextSize;
     const bool hover = m_state.bHoverUp || m_state.bHoverDown;
     StepLyricsScroll(m_state.scroll, fSeconds, hover, h, text.height());
@@ -429,15 +478,10 @@ void CVisualScene::RenderLyrics(float fSeconds)
                                                      m_state.strLyrics));
         m_state.nLyricsPage = page;
     }
-    VisualRect quad;
-    quad.left = box.left + (box.Width() - text.width()) / 2;
-    quad.right = quad.left + text.width();
-    quad.top = box.top;
-    quad.bottom = box.bottom;
-    DrawQuad(quad, VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, m_pLyricsTexture.get(), 0, 1.0f,
+    DrawQuad(QuadSlot::Text, TextQuad(), VisualTexRect{0.0f, 0.0f, 1.0f, 0.5f}, TextureId(m_pLyricsTexture), 0, 1.0f,
              LyricsTexOffset(m_state.scroll.fOffset, h, page), true);
-    DrawQuad(m_state.rcUpArrow, {}, m_pUpArrow.get(), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
-    DrawQuad(m_state.rcDownArrow, {}, m_pDownArrow.get(), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::UpArrow, m_state.rcUpArrow, {}, TextureId(m_pUpArrow), 0, m_state.bHoverUp ? 1.0f : kArrowIdleAlpha);
+    DrawQuad(QuadSlot::DownArrow, m_state.rcDownArrow, {}, TextureId(m_pDownArrow), 0, m_state.bHoverDown ? 1.0f : kArrowIdleAlpha);
 }
 
 void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
@@ -473,21 +517,136 @@ void CVisualScene::RenderFrame(float fSeconds, float fMeasuredFPS)
 
     m_viewport = QVector2D(static_cast<float>(size.width()), static_cast<float>(size.height()));
     m_pBound = nullptr;
-    if (!pluginMode && m_pBackgroundTexture) {
+    const bool artShown = m_state.bArtShown && m_pArtTexture;
+    // Copying the whole layer costs a full-screen pass: it pays off where the background costs one
+    // anyway. Elsewhere the layer holds only the art at its size, which is cheaper to sample
+    // texel for texel than to shrink from the picture each frame.
+    const bool whole = !pluginMode && m_pBackgroundTexture;
+    const bool layered = (whole || artShown) && UpdateStaticLayer(whole);
+    if (layered && whole) {
         m_pGL->glDisable(GL_BLEND);
-        DrawQuad(VisualRect{0, 0, size.width(), size.height()},
-                 CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
-                 m_pBackgroundTexture.get(), 0, 1.0f);
+        if (!BlitStaticLayer())
+            DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
+                     LayerTexRect(VisualRect{0, 0, size.width(), size.height()}), m_pStaticLayer->texture(), 0, 1.0f);
+    } else if (!pluginMode) {
+        DrawBackground();
     }
     m_pGL->glEnable(GL_BLEND);
     m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     if (m_state.bLyricsShown) {
-        DrawQuad(m_state.rcLyricsBox, {}, nullptr, m_state.settings.m_clrLyricsBox, 1.0f);
+        if (!(layered && whole))
+            DrawLyricsBox();
         RenderLyrics(fSeconds);
     }
-    if (m_state.bArtShown && m_pArtTexture)
-        DrawQuad(m_state.rcArt, {}, m_pArtTexture.get(), 0,
-                 static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f);
-    if (m_pBound)
+    if (artShown && !(layered && whole && m_bArtInStaticLayer)) {
+        if (layered && !whole)
+            DrawQuad(QuadSlot::Art, m_state.rcArt, LayerTexRect(m_state.rcArt), m_pStaticLayer->texture(), 0, ArtAlpha());
+        else
+            DrawArt(ArtAlpha());
+    }
+    if (m_pBound) {
         m_pBound->release();
+        m_pVertices->release();
+    }
+}
+
+void CVisualScene::DrawBackground()
+{
+    if (!m_pBackgroundTexture)
+        return;
+    const QSize size = m_state.clientSize;
+    m_pGL->glDisable(GL_BLEND);
+    DrawQuad(QuadSlot::Background, VisualRect{0, 0, size.width(), size.height()},
+             CoverTexRect(size.width(), size.height(), m_backgroundImage.width(), m_backgroundImage.height()),
+             TextureId(m_pBackgroundTexture), 0, 1.0f);
+}
+
+void CVisualScene::DrawLyricsBox()
+{
+    DrawQuad(QuadSlot::Box, m_state.rcLyricsBox, {}, 0, m_state.settings.m_clrLyricsBox, 1.0f);
+}
+
+void CVisualScene::DrawArt(float fAlpha)
+{
+    DrawQuad(QuadSlot::Art, m_state.rcArt, {}, TextureId(m_pArtTexture), 0, fAlpha);
+}
+
+float CVisualScene::ArtAlpha() const
+{
+    return static_cast<float>(m_state.settings.m_nArtTransparency & 0xFF) / 255.0f;
+}
+
+VisualTexRect CVisualScene::LayerTexRect(const VisualRect& rect) const
+{
+    // The layer's rows run bottom up.
+    const auto w = static_cast<float>(m_state.clientSize.width());
+    const auto h = static_cast<float>(m_state.clientSize.height());
+    return VisualTexRect{static_cast<float>(rect.left) / w, 1.0f - static_cast<float>(rect.top) / h,
+                         static_cast<float>(rect.right) / w, 1.0f - static_cast<float>(rect.bottom) / h};
+}
+
+bool CVisualScene::BlitStaticLayer()
+{
+    if (!m_pBlit)
+        return false;
+    GLint target = 0;
+    m_pGL->glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+    m_pBlit->glBindFramebuffer(GL_READ_FRAMEBUFFER, m_pStaticLayer->handle());
+    m_pBlit->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(target));
+    const int w = m_state.clientSize.width(), h = m_state.clientSize.height();
+    m_pBlit->glBlitFramebuffer(0, 0, w, h, 0, 0, w, h, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+    return true;
+}
+
+bool CVisualScene::UpdateStaticLayer(bool bWhole)
+{
+    if (m_bStaticLayerValid && m_bWholeStaticLayer == bWhole)
+        return true;
+    // The frame's target, read before a new layer's creation leaves the layer bound.
+    GLint target = 0;
+    m_pGL->glGetIntegerv(GL_FRAMEBUFFER_BINDING, &target);
+    const QSize size = m_state.clientSize;
+    if (!m_pStaticLayer || m_pStaticLayer->size() != size) {
+        m_pStaticLayer = std::make_unique<QOpenGLFramebufferObject>(size);
+        if (!m_pStaticLayer->isValid()) {
+            m_pStaticLayer.reset();
+            m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+            return false;
+        }
+        // Copied pixel for pixel onto the frame.
+        m_pGL->glBindTexture(GL_TEXTURE_2D, m_pStaticLayer->texture());
+        m_pGL->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        m_pGL->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+        m_pGL->glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    m_pStaticLayer->bind();
+    m_pGL->glClear(GL_COLOR_BUFFER_BIT);
+    if (bWhole) {
+        // The art is drawn after the lyrics text; it joins the layer only when the text cannot
+        // reach it (a word wider than the box can).
+        bool artUnderText = false;
+        if (m_state.bLyricsShown) {
+            MeasureLyricsIfStale();
+            const VisualRect text = TextQuad();
+            const VisualRect& art = m_state.rcArt;
+            artUnderText = text.left < art.right && art.left < text.right && text.top < art.bottom && art.top < text.bottom;
+        }
+        m_bArtInStaticLayer = m_state.bArtShown && m_pArtTexture && !artUnderText;
+        DrawBackground();
+        m_pGL->glEnable(GL_BLEND);
+        m_pGL->glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+        if (m_state.bLyricsShown)
+            DrawLyricsBox();
+        if (m_bArtInStaticLayer)
+            DrawArt(ArtAlpha());
+    } else {
+        // The art as sampled, with its own alpha; the frame applies the art transparency.
+        m_pGL->glDisable(GL_BLEND);
+        DrawArt(1.0f);
+    }
+    m_pGL->glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
+    m_bStaticLayerValid = true;
+    m_bWholeStaticLayer = bWhole;
+    return true;
 }

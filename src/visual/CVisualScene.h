@@ -25,7 +25,9 @@
 class QOpenGLShaderProgram;
 class QOpenGLTexture;
 class QOpenGLBuffer;
+class QOpenGLFramebufferObject;
 class QOpenGLFunctions;
+class QOpenGLExtraFunctions;
 
 // What the scene shows, copied out for observers on other threads.
 struct VisualSceneState
@@ -112,8 +114,29 @@ private:
     void LoadArt();
     void LoadBackground();
     void UploadImage(std::unique_ptr<QOpenGLTexture>& texture, const QImage& image);
-    void DrawQuad(const VisualRect& rect, const VisualTexRect& uv, QOpenGLTexture* pTexture, ARGBCOLOR clrColour,
-                  float fAlpha, float fVOffset = 0.0f, bool bClip = false);
+    // The quads of a frame, each with its place in the vertex buffer.
+    enum class QuadSlot { Background, Box, Text, UpArrow, DownArrow, Art, Count };
+    using QuadVertices = std::array<float, 16>;
+    struct ProgramUniforms
+    {
+        int viewport = -1, color = -1, alpha = -1, vOffset = -1, tex = -1;
+    };
+    void DrawQuad(QuadSlot eSlot, const VisualRect& rect, const VisualTexRect& uv, unsigned int nTexture,
+                  ARGBCOLOR clrColour, float fAlpha, float fVOffset = 0.0f, bool bClip = false);
+    void DrawBackground();
+    void DrawLyricsBox();
+    void DrawArt(float fAlpha);
+    float ArtAlpha() const;
+    // Where `rect` of the client area lies in the static layer's texture.
+    VisualTexRect LayerTexRect(const VisualRect& rect) const;
+    // Draws what stays put between layout changes into the static layer when it is stale: with
+    // `bWhole` the background, lyrics box and art as the frame shows them, else only the art as
+    // sampled. False when there is no layer to copy from.
+    bool UpdateStaticLayer(bool bWhole);
+    // Copies the whole layer onto the frame; false when the context cannot blit.
+    bool BlitStaticLayer();
+    void MeasureLyricsIfStale();
+    VisualRect TextQuad() const;
     void RenderLyrics(float fSeconds);
     void RenderSyncedLyrics(float fSeconds);
     bool ArtShown() const;
@@ -137,13 +160,20 @@ private:
     QOpenGLShaderProgram* m_pProgram = nullptr;                      // set while resources exist
     QOpenGLShaderProgram* m_pBound = nullptr;
     QVector2D m_viewport;
+    std::array<ProgramUniforms, 3> m_uniforms;
     std::unique_ptr<QOpenGLBuffer> m_pVertices;
+    std::array<QuadVertices, static_cast<size_t>(QuadSlot::Count)> m_quadVertices{}; // as the buffer holds them
     std::unique_ptr<QOpenGLTexture> m_pArtTexture;
     std::unique_ptr<QOpenGLTexture> m_pBackgroundTexture;
     std::unique_ptr<QOpenGLTexture> m_pLyricsTexture;
     std::unique_ptr<QOpenGLTexture> m_pUpArrow;
     std::unique_ptr<QOpenGLTexture> m_pDownArrow;
+    std::unique_ptr<QOpenGLFramebufferObject> m_pStaticLayer;
+    bool m_bStaticLayerValid = false;
+    bool m_bWholeStaticLayer = false;
+    bool m_bArtInStaticLayer = false;
     QOpenGLFunctions* m_pGL = nullptr;
+    QOpenGLExtraFunctions* m_pBlit = nullptr; // null without framebuffer blits
 
     IVisualPluginRunner* m_pPlugin = nullptr;
     CAudioPlayer* m_pAudioPlayer = nullptr;

@@ -42,6 +42,7 @@ struct WindowRequest
 };
 
 constexpr auto kWindowCreationLimit = std::chrono::seconds(10);
+constexpr float kWakeMarginMs = 0.25f;
 
 } // namespace
 
@@ -311,12 +312,13 @@ int CVisualThread::Run()
             RenderOneFrame(fFrameSeconds);
             PublishState();
         } else {
-            // swapBuffers does not wait for the display here, so the loop paces itself: sleep up to
-            // a millisecond before the frame is due (at most 10 ms), then yield. Yielding alone, as
-            // short frame times would suggest, spins a whole core on Linux.
+            // swapBuffers does not wait for the display here, so the loop paces itself: sleep until a
+            // quarter of a millisecond before the frame is due (at most 10 ms), then yield. Sleeps
+            // overshoot by well under that margin; every yielding pass costs a full pass of the loop,
+            // and yielding alone, as short frame times would suggest, spins a whole core on Linux.
             const float fLeftMs = (fFrameTime - fAccumulated) * 1000.0f;
-            if (fLeftMs > 2.0f)
-                QThread::usleep(static_cast<unsigned long>(std::min(fLeftMs - 1.0f, 10.0f) * 1000.0f));
+            if (fLeftMs > kWakeMarginMs)
+                QThread::usleep(static_cast<unsigned long>(std::min(fLeftMs - kWakeMarginMs, 10.0f) * 1000.0f));
             else
                 QThread::yieldCurrentThread();
         }

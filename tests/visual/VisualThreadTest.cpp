@@ -219,6 +219,20 @@ TEST_F(VisualThreadTest, DrawsBackgroundArtAndLyricsBox)
             textPixels += qRed(frame.pixel(x, y)) > 200 && qGreen(frame.pixel(x, y)) > 200;
     EXPECT_GT(textPixels, 500);
     EXPECT_LE(Distance(frame.pixel(box.right + 3, box.top + 5), qRgb(0, 255, 0)), 3);
+
+    // Background, box and art are drawn once and reused: a new background must still show, under
+    // the art too.
+    feed.m_mutex.lock();
+    feed.m_arrBackgrounds.RemoveAll();
+    feed.m_arrBackgrounds.Add(Picture(QStringLiteral("blue.png"), Qt::blue, QSize(64, 64), "PNG"));
+    feed.SetChange(VISUAL_CHANGE_BACKGROUNDS);
+    feed.m_mutex.unlock();
+    ASSERT_TRUE(WaitState([](const VisualSceneState& state) {
+        return state.arrBackgrounds.size() == 1 && state.arrBackgrounds[0].endsWith(QStringLiteral("blue.png"));
+    }));
+    const QImage changed = thread->GrabFrame();
+    EXPECT_LE(Distance(changed.pixel(5, 5), qRgb(0, 0, 255)), 3);
+    EXPECT_LE(Distance(changed.pixel(artCentre), qRgb(128, 0, 127)), 3) << std::hex << changed.pixel(artCentre);
 }
 
 TEST_F(VisualThreadTest, ArtTransparencyAndPluginModeChangeTheFrame)
