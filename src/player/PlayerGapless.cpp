@@ -13,6 +13,9 @@
 namespace {
 
 constexpr int kHeardPollMs = 5;
+// With blocks handed back in bursts the next song can only turn heard at a burst: a coarser look is
+// as prompt, and the window's thread sleeps in between.
+constexpr int kHeardPollBurstMs = 25;
 constexpr QWORD kCloseToEndUnits = 30000000; // 3 s
 
 } // namespace
@@ -130,11 +133,11 @@ void CMediaPlayerCtrl::PollNextSong()
     // Looked at closely from a little before the song's end (the engine joins the next one up to a
     // ring, 1.5 s, before it is heard); the progress tick is enough until then.
     const QWORD duration = m_pAudioPlayer->m_qwDuration;
-    const QWORD position = m_pAudioPlayer->GetCurrentTime();
+    const QWORD position = m_pAudioPlayer->PeekCurrentTime(); // a burst behind at most: close enough
     const bool closeToEnd = state != CAudioPlayer::kNextReady || duration == 0 ||
                             position + kCloseToEndUnits >= duration;
     if (closeToEnd && !m_heardTimer.isActive())
-        m_heardTimer.start(kHeardPollMs);
+        m_heardTimer.start(m_pAudioPlayer->GetHandBackInterval() > 0 ? kHeardPollBurstMs : kHeardPollMs);
     else if (!closeToEnd)
         m_heardTimer.stop();
 }
