@@ -13,17 +13,7 @@ build=${2:-build/default}
 play="$build/bin/tunivox-play"
 [ -x "$play" ] || { echo "build $play first (cmake --build --preset default)" >&2; exit 2; }
 
-work=$(mktemp -d)
-hogs=()
-cleanup() {
-  for pid in "${hogs[@]}"; do kill "$pid" 2>/dev/null || true; done
-  XDG_RUNTIME_DIR=$work HOME=$work pulseaudio --kill 2>/dev/null || true
-  sleep 0.3
-  rm -rf "$work"
-}
-trap cleanup EXIT
-chmod 700 "$work"
-export XDG_RUNTIME_DIR=$work HOME=$work PULSE_SERVER=unix:$work/sock
+source bench/audio/private-pulse.sh
 
 python3 - "$work/song.wav" "$seconds" <<'EOF'
 import struct, sys
@@ -36,10 +26,7 @@ head = b'RIFF' + struct.pack('<I', 36 + len(out)) + b'WAVEfmt ' + struct.pack('<
 open(sys.argv[1], 'wb').write(head + b'data' + struct.pack('<I', len(out)) + out)
 EOF
 
-pulseaudio -D -n --exit-idle-time=-1 \
-  --load="module-null-sink sink_name=out rate=44100 channels=2 norewinds=1" \
-  --load="module-native-protocol-unix auth-anonymous=1 socket=$work/sock"
-for _ in $(seq 100); do pactl info >/dev/null 2>&1 && break; sleep 0.1; done
+start_private_pulse norewinds=1
 
 for _ in $(seq $((8 * $(nproc)))); do
   timeout $((3 * seconds + 60)) sh -c 'while :; do :; done' &

@@ -15,20 +15,12 @@ parts=${3:-both}
 play="$build/bin/tunivox-play"
 [ -x "$play" ] || { echo "build $play first (cmake --build --preset default)" >&2; exit 2; }
 
-work=$(mktemp -d)
-cleanup() {
-  XDG_RUNTIME_DIR=$work HOME=$work pulseaudio --kill 2>/dev/null || true
-  sleep 0.3
-  rm -rf "$work"
-}
-trap cleanup EXIT
-chmod 700 "$work"
-export XDG_RUNTIME_DIR=$work HOME=$work PULSE_SERVER=unix:$work/sock
+source bench/audio/private-pulse.sh
 
 # Music-like test songs: two detuned tones under pink-ish noise, so every codec works for its bits.
-source="sine=frequency=440:sample_rate=44100:duration=$seconds"
+tone="sine=frequency=440:sample_rate=44100:duration=$seconds"
 noise="anoisesrc=color=pink:amplitude=0.2:sample_rate=44100:duration=$seconds"
-ffmpeg -v error -f lavfi -i "$source" -f lavfi -i "sine=frequency=554:sample_rate=44100:duration=$seconds" \
+ffmpeg -v error -f lavfi -i "$tone" -f lavfi -i "sine=frequency=554:sample_rate=44100:duration=$seconds" \
   -f lavfi -i "$noise" -filter_complex "[0][1]amerge=inputs=2[s];[s][2]amix=inputs=2:normalize=0[a]" -map "[a]" \
   -ac 2 -c:a pcm_s16le "$work/song.wav"
 ffmpeg -v error -i "$work/song.wav" -c:a libmp3lame -b:a 320k "$work/song.mp3"
@@ -37,10 +29,7 @@ ffmpeg -v error -i "$work/song.wav" -c:a aac -b:a 256k "$work/song.m4a"
 ffmpeg -v error -i "$work/song.wav" -c:a libvorbis -q:a 6 "$work/song.ogg"
 ffmpeg -v error -i "$work/song.wav" -c:a wmav2 -b:a 192k "$work/song.wma"
 
-pulseaudio -D -n --exit-idle-time=-1 \
-  --load="module-null-sink sink_name=out rate=44100 channels=2" \
-  --load="module-native-protocol-unix auth-anonymous=1 socket=$work/sock"
-for _ in $(seq 100); do pactl info >/dev/null 2>&1 && break; sleep 0.1; done
+start_private_pulse
 
 # Runs a command; prints "label cpu-seconds wakeups-per-second percent-of-a-core".
 cat > "$work/measure.py" <<'PY'
