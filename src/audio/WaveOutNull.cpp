@@ -182,7 +182,9 @@ private:
     {
         if (m_options.bUntimed)
             return m_nQueued >= kUntimedBurst ? Clock::time_point{} : m_tFirstQueued + kUntimedLinger;
-        Clock::time_point due = m_bClockRunning ? DueTime(m_queue.Front()) : Clock::time_point{};
+        if (!m_bClockRunning)
+            return Clock::time_point{}; // the sound starts (or goes on after a pause) at once
+        Clock::time_point due = DueTime(m_queue.Front());
         const DWORD intervalMs = GetHandBackInterval();
         if (intervalMs > 0)
             due = std::max(due, m_tLastBurst + std::chrono::milliseconds(intervalMs));
