@@ -160,11 +160,15 @@ TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
     case Action::PauseResume: {
         EXPECT_EQ(runs.size(), 2) << "one pause, no other gap; " << Describe(runs);
         EXPECT_TRUE(sound == played) << "first difference at frame " << CommonPrefix(sound, played) / kFrameBytes;
-        // The position counts whole blocks heard: at most one block behind the sound, never ahead.
+        // The position counts whole blocks heard: about one block behind the sound, never ahead.
+        // The monitor records what the sink rendered, a little ahead of what the server reports
+        // played, and that report is interpolated between timing updates: idle this slack is a
+        // millisecond or two, on a loaded machine it has reached 21 ms.
         const qsizetype heard = runs[0].size() / kFrameBytes;
         const auto position = static_cast<qsizetype>(pausedAt * kRate / kUnitsPerSecond);
+        constexpr qsizetype kReportSlack = kRate / 20;
         EXPECT_LE(position, heard) << FramesToMs(position - heard) << " ms ahead of the sound";
-        EXPECT_LE(heard - position, kBlockBytes / kFrameBytes + kRate / 50) << "heard " << heard << ", position " << position << ": "
+        EXPECT_LE(heard - position, kBlockBytes / kFrameBytes + kReportSlack) << "heard " << heard << ", position " << position << ": "
             << FramesToMs(heard - position) << " ms behind the sound";
         break;
     }
