@@ -2,9 +2,12 @@
 // PulseAudio null sink whose monitor is recorded. A switch to another device while playing goes on
 // where the listener was; a server killed mid-song is waited for and the song goes on where it was
 // heard last, or, when it does not come back, the song ends saying why.
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 #include <gtest/gtest.h>
+#include <sched.h>
 
 #include "AudioTestSupport.h"
 #include "PulseTestSupport.h"
@@ -22,6 +25,19 @@ constexpr QWORD kUnitsPerSecond = 10000000;
 // sound server's idea of what was heard is this good (it measures within a few ms), far inside
 // the engine's ring (1.5 s).
 constexpr qsizetype kToleranceFrames = kRate / 20;
+
+// The scheduling policy of each of this process's threads, by thread name.
+QMultiMap<QString, int> ThreadPolicies()
+{
+    QMultiMap<QString, int> policies;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
+        if (comm.open(QIODevice::ReadOnly))
+            policies.insert(QString::fromUtf8(comm.readAll().trimmed()), sched_getscheduler(tid.toInt()));
+    }
+    return policies;
+}
 
 class PulseDevice : public ::testing::Test
 {
@@ -75,6 +91,16 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     WaveOutStatistics statistics;
     ASSERT_EQ(waveOutGetStatistics(device, &statistics), MMSYSERR_NOERROR);
     EXPECT_EQ(statistics.nSwitches, 1u);
+    // The device thread runs real-time where granted; the sound server client's threads it opened,
+    // the first time and at the switch, do not inherit that.
+    const QMultiMap<QString, int> policies = ThreadPolicies();
+    const bool realTimeGranted = policies.values().contains(SCHED_FIFO) || policies.values().contains(SCHED_RR);
+    ASSERT_TRUE(policies.contains(QStringLiteral("threaded-ml")));
+    if (realTimeGranted) {
+        for (int policy : policies.values(QStringLiteral("threaded-ml"))) {
+            EXPECT_EQ(policy, SCHED_OTHER) << "the sound server client's thread runs real-time";
+        }
+    }
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 15000));
     EXPECT_EQ(player.m_hrThread, NS_E_NO_MORE_SAMPLES);
     QThread::msleep(300);
