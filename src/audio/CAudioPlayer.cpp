@@ -451,7 +451,7 @@ HRESULT CAudioPlayer::Play(QWORD start)
         }
         m_bPaused = FALSE;
         m_szDeviceFailure[0] = 0;
-        m_hDecodeThread->SetHighestPriority();
+        m_hDecodeThread->SetTimeCriticalPriority();
         m_hDecodeThread->Resume();
     } else if (m_bPlaying) {
         m_nCommand = kEngineSeek;

@@ -23,10 +23,12 @@ bool CDecodeThread::Create()
     return true;
 }
 
-void CDecodeThread::SetHighestPriority()
+void CDecodeThread::SetTimeCriticalPriority()
 {
-    if (m_thread.joinable())
-        SetHighestThreadPriority(m_thread.native_handle());
+    if (!m_pState)
+        return;
+    std::lock_guard<std::mutex> guard(m_pState->lock);
+    m_pState->bTimeCritical = true;
 }
 
 void CDecodeThread::Resume()
@@ -69,10 +71,15 @@ void CDecodeThread::Close()
 
 void CDecodeThread::Run(std::shared_ptr<State> state, Entry entry, void* argument)
 {
+    NameCurrentThread("tunivox-decode");
+    bool timeCritical = false;
     {
         std::unique_lock<std::mutex> lock(state->lock);
         state->changed.wait(lock, [&] { return state->bResumed; });
+        timeCritical = state->bTimeCritical;
     }
+    if (timeCritical)
+        SetCurrentThreadTimeCritical();
     if (!state->bCancelled)
         entry(argument);
     std::lock_guard<std::mutex> guard(state->lock);

@@ -1,6 +1,7 @@
 #pragma once
-// A thread that is created suspended, can be given the highest scheduling priority the system
-// grants, and can be waited for with a time limit (the classic thread handle's operations).
+// A thread that is created suspended, can be made time-critical (see ThreadPriority.h), and can be
+// waited for with a time limit (the classic thread handle's operations). It is named
+// "tunivox-decode".
 //
 // Threading: one owner thread calls every member; the started function runs on the new thread.
 // Close after a timed-out wait leaves the thread running, detached (the caller abandoned it).
@@ -24,8 +25,8 @@ public:
 
     // Starts the OS thread, held before `entry` until Resume. False when no thread can be made.
     bool Create();
-    // Real-time scheduling when granted (FIFO, then RR), else the thread stays as it is.
-    void SetHighestPriority();
+    // The thread raises itself to time-critical when resumed, before it runs the entry.
+    void SetTimeCriticalPriority();
     void Resume();
     // True when the thread has ended within `timeoutMs`.
     bool Wait(DWORD timeoutMs);
@@ -41,6 +42,7 @@ private:
         bool bResumed = false;
         bool bFinished = false;
         bool bCancelled = false; // closed before it was resumed: never runs the entry
+        bool bTimeCritical = false;
     };
     static void Run(std::shared_ptr<State> state, Entry entry, void* argument);
 

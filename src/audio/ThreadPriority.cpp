@@ -1,27 +1,31 @@
 #include "audio/ThreadPriority.h"
 
-#include <initializer_list>
+#include <cerrno>
+#include <cstring>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
-void SetHighestThreadPriority(pthread_t thread)
+int SetCurrentThreadTimeCritical()
 {
-    for (int policy : {SCHED_FIFO, SCHED_RR}) {
-        sched_param param{};
-        param.sched_priority = sched_get_priority_max(policy);
-        if (pthread_setschedparam(thread, policy, &param) == 0)
-            return;
+    // With PRIO_PROCESS and a thread id, Linux sets the nice value of that one thread.
+    const pid_t tid = gettid();
+    errno = 0;
+    const int current = getpriority(PRIO_PROCESS, static_cast<id_t>(tid));
+    if (setpriority(PRIO_PROCESS, static_cast<id_t>(tid), -20) == 0)
+        return -20;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NICE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur <= 40) {
+        const int lowest = 20 - static_cast<int>(limit.rlim_cur);
+        if (lowest < current && setpriority(PRIO_PROCESS, static_cast<id_t>(tid), lowest) == 0)
+            return lowest;
     }
+    return current;
 }
 
-CNormalPriorityScope::CNormalPriorityScope()
+void NameCurrentThread(const char* name)
 {
-    if (pthread_getschedparam(pthread_self(), &m_nPolicy, &m_param) != 0 || m_nPolicy == SCHED_OTHER)
-        return;
-    const sched_param normal{};
-    m_bLowered = pthread_setschedparam(pthread_self(), SCHED_OTHER, &normal) == 0;
-}
-
-CNormalPriorityScope::~CNormalPriorityScope()
-{
-    if (m_bLowered)
-        pthread_setschedparam(pthread_self(), m_nPolicy, &m_param);
+    char shortName[16] = {};
+    std::strncpy(shortName, name, sizeof(shortName) - 1);
+    pthread_setname_np(pthread_self(), shortName);
 }

@@ -1,24 +1,17 @@
 #pragma once
-// Real-time scheduling for the threads that keep the sound going (decoding, the wave device).
+// Scheduling for the threads that keep the sound going (decoding, the wave device).
+//
+// "Time-critical" is the top of the normal scheduling class, as it is for a thread of an ordinary
+// process elsewhere: the lowest nice value the system grants the calling thread (-20 with
+// CAP_SYS_NICE, else what RLIMIT_NICE allows), never a real-time class. A nice thread wins the
+// processor from busy ones within a scheduler slice, far inside the engine's 1.5 s ring and the
+// device's 500 ms buffer, and a real-time wake-up costs several times its system time (priority
+// inheritance, real-time balancing between cores). Threads made by the thread afterwards (a sound
+// server client's, a codec's) inherit the value.
 
-#include <pthread.h>
-#include <sched.h>
+// Raises the calling thread as far as granted; it stays as it is when nothing is. Returns the nice
+// value it runs at.
+int SetCurrentThreadTimeCritical();
 
-// FIFO at the highest priority, else RR, when the system grants it; else the thread stays as it is.
-void SetHighestThreadPriority(pthread_t thread);
-
-// Runs the calling thread at normal priority while it lives, so that threads it creates meanwhile
-// (a sound server client's own thread) do not inherit real-time scheduling; restores it after.
-class CNormalPriorityScope
-{
-public:
-    CNormalPriorityScope();
-    ~CNormalPriorityScope();
-    CNormalPriorityScope(const CNormalPriorityScope&) = delete;
-    CNormalPriorityScope& operator=(const CNormalPriorityScope&) = delete;
-
-private:
-    int m_nPolicy = SCHED_OTHER;
-    sched_param m_param{};
-    bool m_bLowered = false;
-};
+// Names the calling thread (15 bytes at most; longer names are cut) for top -H, gdb and /proc.
+void NameCurrentThread(const char* name);

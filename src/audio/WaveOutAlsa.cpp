@@ -70,8 +70,8 @@ public:
     CWaveOutAlsa(std::string device, unsigned recoveryMs) : m_strDevice(std::move(device)), m_nRecoveryMs(recoveryMs) {}
     ~CWaveOutAlsa() override { Close(); }
 
-    // The device is opened on its own thread, after that thread got the highest priority the
-    // system grants: a sound server client's thread made by the open inherits it, and neither is
+    // The device is opened on its own thread ("tunivox-alsa"), after that thread was made
+    // time-critical: a sound server client's thread made by the open inherits that, and neither is
     // then held up by a busy machine. The wait is bounded by ALSA's own connect time-outs.
     MMRESULT Open(const WAVEFORMATEX& format) override
     {
@@ -162,12 +162,8 @@ public:
 
 private:
     // Opens and configures `device`; called without the lock (a sound server may take a while).
-    // A sound server client's thread, created here, runs at normal priority: with the 500 ms
-    // buffer it keeps up under load without real-time scheduling, whose wake-ups cost several
-    // times more system time.
     OpenedPcm OpenPcm(const std::string& device) const
     {
-        const CNormalPriorityScope normal;
         OpenedPcm opened;
         opened.nError = snd_pcm_open(&opened.pPcm, device.c_str(), SND_PCM_STREAM_PLAYBACK, SND_PCM_NONBLOCK);
         if (opened.nError < 0) {
@@ -556,7 +552,8 @@ private:
 
     void Run()
     {
-        SetHighestThreadPriority(pthread_self());
+        NameCurrentThread("tunivox-alsa");
+        SetCurrentThreadTimeCritical();
         const OpenedPcm opened = OpenPcm(m_strDevice);
         std::unique_lock<std::mutex> lock(m_lock);
         m_nOpenResult = opened.nResult;

@@ -8,6 +8,9 @@
 #include <QThread>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 #include "AudioTestSupport.h"
 #include "PulseTestSupport.h"
@@ -26,17 +29,32 @@ constexpr QWORD kUnitsPerSecond = 10000000;
 // the engine's ring (1.5 s).
 constexpr qsizetype kToleranceFrames = kRate / 20;
 
-// The scheduling policy of each of this process's threads, by thread name.
-QMultiMap<QString, int> ThreadPolicies()
+struct ThreadSchedule
 {
-    QMultiMap<QString, int> policies;
+    int nPolicy;
+    int nNice;
+};
+
+// How each of this process's threads is scheduled, by thread name.
+QMultiMap<QString, ThreadSchedule> ThreadSchedules()
+{
+    QMultiMap<QString, ThreadSchedule> schedules;
     const QDir tasks(QStringLiteral("/proc/self/task"));
     for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
         if (comm.open(QIODevice::ReadOnly))
-            policies.insert(QString::fromUtf8(comm.readAll().trimmed()), sched_getscheduler(tid.toInt()));
+            schedules.insert(QString::fromUtf8(comm.readAll().trimmed()),
+                             {sched_getscheduler(tid.toInt()), getpriority(PRIO_PROCESS, tid.toUInt())});
     }
-    return policies;
+    return schedules;
+}
+
+// Whether this process may give a thread the top of the normal class.
+bool TopNiceGranted()
+{
+    bool granted = false;
+    std::thread([&] { granted = setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), -20) == 0; }).join();
+    return granted;
 }
 
 class PulseDevice : public ::testing::Test
@@ -91,14 +109,16 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     WaveOutStatistics statistics;
     ASSERT_EQ(waveOutGetStatistics(device, &statistics), MMSYSERR_NOERROR);
     EXPECT_EQ(statistics.nSwitches, 1u);
-    // The device thread runs real-time where granted; the sound server client's threads it opened,
-    // the first time and at the switch, do not inherit that.
-    const QMultiMap<QString, int> policies = ThreadPolicies();
-    const bool realTimeGranted = policies.values().contains(SCHED_FIFO) || policies.values().contains(SCHED_RR);
-    ASSERT_TRUE(policies.contains(QStringLiteral("threaded-ml")));
-    if (realTimeGranted) {
-        for (int policy : policies.values(QStringLiteral("threaded-ml"))) {
-            EXPECT_EQ(policy, SCHED_OTHER) << "the sound server client's thread runs real-time";
+    // The sound path runs at the top of the normal class where granted, never real-time: the
+    // device thread, the decoding thread and the sound server client's threads the device opened,
+    // the first time and at the switch.
+    const QMultiMap<QString, ThreadSchedule> schedules = ThreadSchedules();
+    const int expectedNice = TopNiceGranted() ? -20 : 0;
+    for (const char* name : {"tunivox-alsa", "tunivox-decode", "threaded-ml"}) {
+        ASSERT_TRUE(schedules.contains(QString::fromLatin1(name))) << name;
+        for (const ThreadSchedule& schedule : schedules.values(QString::fromLatin1(name))) {
+            EXPECT_EQ(schedule.nPolicy, SCHED_OTHER) << name << " runs real-time";
+            EXPECT_EQ(schedule.nNice, expectedNice) << name;
         }
     }
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 15000));
