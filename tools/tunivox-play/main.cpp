@@ -14,6 +14,7 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -157,9 +158,14 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
     const std::string name = QFileInfo(QString::fromStdString(file)).fileName().toStdString();
     const bool fast = options.device.eBackend == WaveBackend::Null &&
                       (options.device.null.bUntimed || options.device.null.dSpeed > 1);
-    // The position is looked at once a second, and more often only while a seek waits for its moment.
+    // The position is looked at when a line is due: every second on a terminal, at every tenth
+    // second in a log (each look wakes the device), and more often only while a seek waits for
+    // its moment, the clock runs faster than real time or the device's counts are wanted (they are
+    // read while it lives).
     const DWORD seekPollMs = fast ? 1 : 100;
     constexpr DWORD kShowEveryMs = 1000;
+    constexpr int kLogEverySeconds = 10;
+    constexpr DWORD kPastTheMarkMs = 20;
     std::size_t nextSeek = 0;
     long shownSecond = -1;
     WaveOutStatistics statistics;
@@ -180,7 +186,14 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
             std::fflush(stdout);
         }
         // Sleeps until the song ends or it is time to look again.
-        player.WaitForEnd(nextSeek < options.seeks.size() ? seekPollMs : kShowEveryMs);
+        DWORD waitMs = kShowEveryMs;
+        if (nextSeek < options.seeks.size()) {
+            waitMs = seekPollMs;
+        } else if (!terminal && !fast && !options.bStats) {
+            const double nextMark = (std::floor(position / kLogEverySeconds) + 1) * kLogEverySeconds;
+            waitMs = static_cast<DWORD>((nextMark - position) * 1000) + kPastTheMarkMs;
+        }
+        player.WaitForEnd(waitMs);
     }
     const HRESULT ended = player.m_hrThread;
     // A file FFmpeg opens but that has no length and yields no sound (text named .flac) is no song.
