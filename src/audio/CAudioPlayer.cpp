@@ -21,6 +21,8 @@ constexpr QWORD kUnitsPerSecond = 10000000;
 constexpr UINT kHeaderSize = sizeof(WAVEHDR);
 constexpr int kPrebufferBlocks = 64;
 constexpr DWORD kCommandWaitMs = 500;
+// With a hand-back interval the decoding thread is woken once this share of the ring is free.
+constexpr LONG kRefillShare = 4;
 constexpr DWORD kStopWaitMs = 2000;
 constexpr int kSeekDrainTries = 10;
 
@@ -544,11 +546,13 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
     const auto* headers = reinterpret_cast<const WAVEHDR*>(self->m_pBlocks);
     const WAVEHDR* next;
     bool nextQueued;
+    LONG free;
     {
         std::lock_guard<std::mutex> guard(self->m_csLock);
         // Blocks sound in ring order, so while any block is still queued the next one is; when none
         // is, the decoding thread may be filling it and the snapshot keeps the block heard last.
-        nextQueued = ++self->m_nFreeBlocks < self->m_nBlockCount;
+        free = ++self->m_nFreeBlocks;
+        nextQueued = free < self->m_nBlockCount;
         QWORD time;
         std::memcpy(&time, header->lpData + self->m_dwBlockSize, sizeof(time));
         const QWORD position =
@@ -565,8 +569,10 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
     }
     if (nextQueued && self->m_pSamples)
         std::memcpy(self->m_pSamples, next->lpData, self->m_dwBlockSize);
-    // A burst wakes the decoding thread once, after its last block, to refill them all.
-    if (following == 0)
+    // A burst wakes the decoding thread once, after its last block, to refill them all, and only
+    // once a quarter of the ring (0.37 s) is free: with short bursts it then decodes in longer runs
+    // and wakes about half as often. Blocks handed back one by one wake it each time.
+    if (following == 0 && (self->GetHandBackInterval() == 0 || free >= self->m_nBlockCount / kRefillShare))
         self->m_hBlockDone->Set();
 }
 

@@ -17,9 +17,10 @@
 //   updates, never around device calls or copies. Flags read across threads are atomics, and so is
 //   m_qwPosition, so that PeekCurrentTime reads it without the lock.
 // - With a hand-back interval (SetHandBackInterval) the device returns heard blocks in bursts: the
-//   callback runs once per block as always, and sets m_hBlockDone on a burst's last block only, so
-//   the decoding thread wakes once a burst. Between bursts m_qwPosition and m_pSamples lag the
-//   sound; GetCurrentTime first has the device hand back what was heard, so it is exact when read.
+//   callback runs once per block as always, and sets m_hBlockDone on a burst's last block only and
+//   once a quarter of the ring is free, so the decoding thread wakes at most once a burst. Between
+//   bursts m_qwPosition and m_pSamples lag the sound; GetCurrentTime first has the device hand
+//   back what was heard, so it is exact when read.
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.

@@ -1,6 +1,8 @@
 // What the listener hears: PCM through the engine and the null device against the ffmpeg tool's
 // decode of the same file, and where positions and seeks land.
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -174,6 +176,45 @@ TEST(EnginePosition, AdvancesInBlockStepsAndFreezesWhilePaused)
         EXPECT_EQ(player.Stop(), S_OK);
         EXPECT_EQ(player.GetCurrentTime(), 0u);
     }
+}
+
+// The kernel's count of the decoding thread's voluntary context switches: how often it slept.
+long DecodingThreadSleeps()
+{
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
+        if (!comm.open(QIODevice::ReadOnly) || comm.readAll().trimmed() != "tunivox-decode")
+            continue;
+        QFile status(tasks.filePath(tid + QStringLiteral("/status")));
+        if (!status.open(QIODevice::ReadOnly))
+            return -1;
+        for (const QByteArray& line : status.readAll().split('\n')) {
+            if (line.startsWith("voluntary_ctxt_switches:"))
+                return line.mid(24).trimmed().toLong();
+        }
+    }
+    return -1;
+}
+
+// With 200 ms bursts the decoding thread sleeps until a quarter of the ring is free: in 3 s it
+// sleeps 10 to 14 times, where waking for every burst made it 23 to 28.
+TEST(EngineWakeUps, BurstsRefillAQuarterOfTheRingAtATime)
+{
+    ScopedNullDevice device(1.0);
+    CAudioPlayer player;
+    player.SetHandBackInterval(200);
+    InitAndOpen(player, FixturePath("long-44k-stereo.mp3"));
+    ASSERT_EQ(player.Play(0), S_OK);
+    QThread::msleep(1000);
+    const long before = DecodingThreadSleeps();
+    ASSERT_GE(before, 0) << "no decoding thread";
+    QThread::msleep(3000);
+    const long slept = DecodingThreadSleeps() - before;
+    EXPECT_GE(slept, 4) << "the ring is refilled while it plays";
+    EXPECT_LE(slept, 18);
+    EXPECT_TRUE(player.m_bPlaying);
+    EXPECT_EQ(player.Stop(), S_OK);
 }
 
 } // namespace
