@@ -5,8 +5,8 @@
 // Threading contract
 // - The control's (UI) thread calls every public operation. Open and Close stop the decoding thread
 //   before they touch the reader, so the reader is never used by two threads at once.
-// - The decoding thread (time-critical, see ThreadPriority.h) runs DecodeThread: it pulls samples, fills blocks,
-//   queues them and obeys commands posted through m_nCommand + m_hCommand.
+// - The decoding thread (time-critical, see ThreadPriority.h) runs DecodeThread: it pulls samples,
+//   fills blocks, queues them and obeys commands posted through m_nCommand + m_hCommand.
 // - The wave device's thread runs WaveOutProc: it counts the block back, updates the position and
 //   copies the block now sounding into m_pSamples. It calls no device function.
 // - The visualization's render thread reads m_bPlaying, m_bPaused, m_hDecodeThread and m_pSamples;

@@ -9,9 +9,8 @@
 // inheritance, real-time balancing between cores). Threads made by the thread afterwards (a sound
 // server client's, a codec's) inherit the value.
 
-// Raises the calling thread as far as granted; it stays as it is when nothing is. Returns the nice
-// value it runs at.
-int SetCurrentThreadTimeCritical();
+// Raises the calling thread as far as granted; it stays as it is when nothing is.
+void SetCurrentThreadTimeCritical();
 
 // Names the calling thread (15 bytes at most; longer names are cut) for top -H, gdb and /proc.
 void NameCurrentThread(const char* name);
