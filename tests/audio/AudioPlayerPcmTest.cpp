@@ -1,6 +1,5 @@
 // What the listener hears: PCM through the engine and the null device against the ffmpeg tool's
 // decode of the same file, and where positions and seeks land.
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
@@ -181,18 +180,15 @@ TEST(EnginePosition, AdvancesInBlockStepsAndFreezesWhilePaused)
 // The kernel's count of the decoding thread's voluntary context switches: how often it slept.
 long DecodingThreadSleeps()
 {
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
-        if (!comm.open(QIODevice::ReadOnly) || comm.readAll().trimmed() != "tunivox-decode")
-            continue;
-        QFile status(tasks.filePath(tid + QStringLiteral("/status")));
-        if (!status.open(QIODevice::ReadOnly))
-            return -1;
-        for (const QByteArray& line : status.readAll().split('\n')) {
-            if (line.startsWith("voluntary_ctxt_switches:"))
-                return line.mid(24).trimmed().toLong();
-        }
+    const QList<int> tids = ThreadIdsNamed(QStringLiteral("tunivox-decode"));
+    if (tids.size() != 1)
+        return -1;
+    QFile status(QStringLiteral("/proc/self/task/%1/status").arg(tids.first()));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("voluntary_ctxt_switches:"))
+            return line.mid(24).trimmed().toLong();
     }
     return -1;
 }

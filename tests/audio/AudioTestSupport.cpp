@@ -1,6 +1,8 @@
 #include "AudioTestSupport.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
 #include <cmath>
 #include <cstring>
@@ -43,6 +45,18 @@ QByteArray ScopedNullDevice::Captured() const
 {
     const std::vector<BYTE> bytes = m_pCapture->Bytes();
     return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+}
+
+QList<int> ThreadIdsNamed(const QString& name)
+{
+    QList<int> ids;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
+        if (comm.open(QIODevice::ReadOnly) && QString::fromUtf8(comm.readAll().trimmed()) == name)
+            ids.append(tid.toInt());
+    }
+    return ids;
 }
 
 bool WaitUntil(const std::function<bool()>& condition, int timeoutMs)

@@ -3,6 +3,7 @@
 // device set up as the wave mapper, and bounded waits on the engine's flags.
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <functional>
 #include <memory>
@@ -34,6 +35,9 @@ private:
 
 // Polls `condition` every millisecond until it holds or `timeoutMs` passes.
 bool WaitUntil(const std::function<bool()>& condition, int timeoutMs);
+
+// The ids of this process's threads named `name` (as /proc/self/task/*/comm shows it).
+QList<int> ThreadIdsNamed(const QString& name);
 
 // Init + Open of `path` on the engine; fails the calling test on error.
 void InitAndOpen(CAudioPlayer& player, const QString& path);

@@ -2,9 +2,7 @@
 // PulseAudio null sink whose monitor is recorded. A switch to another device while playing goes on
 // where the listener was; a server killed mid-song is waited for and the song goes on where it was
 // heard last, or, when it does not come back, the song ends saying why.
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QThread>
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -28,26 +26,6 @@ constexpr QWORD kUnitsPerSecond = 10000000;
 // sound server's idea of what was heard is this good (it measures within a few ms), far inside
 // the engine's ring (1.5 s).
 constexpr qsizetype kToleranceFrames = kRate / 20;
-
-struct ThreadSchedule
-{
-    int nPolicy;
-    int nNice;
-};
-
-// How each of this process's threads is scheduled, by thread name.
-QMultiMap<QString, ThreadSchedule> ThreadSchedules()
-{
-    QMultiMap<QString, ThreadSchedule> schedules;
-    const QDir tasks(QStringLiteral("/proc/self/task"));
-    for (const QString& tid : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile comm(tasks.filePath(tid + QStringLiteral("/comm")));
-        if (comm.open(QIODevice::ReadOnly))
-            schedules.insert(QString::fromUtf8(comm.readAll().trimmed()),
-                             {sched_getscheduler(tid.toInt()), getpriority(PRIO_PROCESS, tid.toUInt())});
-    }
-    return schedules;
-}
 
 // Whether this process may give a thread the top of the normal class.
 bool TopNiceGranted()
@@ -112,13 +90,13 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     // The sound path runs at the top of the normal class where granted, never real-time: the
     // device thread, the decoding thread and the sound server client's threads the device opened,
     // the first time and at the switch.
-    const QMultiMap<QString, ThreadSchedule> schedules = ThreadSchedules();
     const int expectedNice = TopNiceGranted() ? -20 : 0;
     for (const char* name : {"tunivox-alsa", "tunivox-decode", "threaded-ml"}) {
-        ASSERT_TRUE(schedules.contains(QString::fromLatin1(name))) << name;
-        for (const ThreadSchedule& schedule : schedules.values(QString::fromLatin1(name))) {
-            EXPECT_EQ(schedule.nPolicy, SCHED_OTHER) << name << " runs real-time";
-            EXPECT_EQ(schedule.nNice, expectedNice) << name;
+        const QList<int> tids = ThreadIdsNamed(QString::fromLatin1(name));
+        ASSERT_FALSE(tids.isEmpty()) << name;
+        for (int tid : tids) {
+            EXPECT_EQ(sched_getscheduler(tid), SCHED_OTHER) << name << " runs real-time";
+            EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(tid)), expectedNice) << name;
         }
     }
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 15000));
