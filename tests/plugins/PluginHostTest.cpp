@@ -2,13 +2,10 @@
 // the per-frame fields from a playing engine, input, unloading, and the chooser command.
 #include <QApplication>
 #include <QFileInfo>
-#include <QPointer>
 #include <QPushButton>
 #include <QListWidget>
-#include <QTest>
 #include <QTimer>
 #include <future>
-#include <gtest/gtest.h>
 
 #include "PluginTestSupport.h"
 #include "audio/CAudioPlayer.h"
@@ -16,48 +13,21 @@
 #include "visual/CChoosePlugin.h"
 #include "visual/CVisualPluginHost.h"
 #include "visual/CVisualSurface.h"
-#include "visual/CVisualThread.h"
 #include "visual/CVisualToolbar.h"
-#include "visual/CVisualWnd.h"
-#include "visual/FakeFeed.h"
+#include "visual/VisualTestSupport.h"
 
 using namespace tunivox::test;
 
 namespace {
 
-const QString kKey = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
-
-class PlayerFeed : public FakeFeed
-{
-public:
-    CAudioPlayer* GetAudioPlayer() override { return m_pPlayer; }
-    CAudioPlayer* m_pPlayer = nullptr;
-};
-
-class PluginHostTest : public ::testing::Test
+class PluginHostTest : public VisualThreadFixture
 {
 protected:
-    void Store(const QString& plugin, DWORD module, DWORD flags = VISUAL_FLAG_PLUGIN)
+    void Store(const QString& plugin, DWORD module)
     {
-        CTypedSettings store;
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("Flags"), TypedValue::FromDWORD(flags)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("Plugin"), TypedValue::FromString(plugin)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("Plugin_mod"), TypedValue::FromDWORD(module)));
-    }
-
-    void Start()
-    {
-        thread = new CVisualThread();
-        thread->SetPlayerCtrl(&feed);
-        thread->start();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return thread->GetMainWnd() && thread->GetMainWnd()->isVisible(); }, 5000));
-    }
-
-    void TearDown() override
-    {
-        if (thread)
-            thread->RequestQuit();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return thread.isNull(); }, 3000));
+        StoreVisualSetting("Flags", TypedValue::FromDWORD(VISUAL_FLAG_PLUGIN));
+        StoreVisualSetting("Plugin", TypedValue::FromString(plugin));
+        StoreVisualSetting("Plugin_mod", TypedValue::FromDWORD(module));
     }
 
     // Runs `body` on the render thread and waits for it.
@@ -81,10 +51,7 @@ protected:
         return QTest::qWaitFor([&] { return CountPluginEvents(event) >= count; }, timeoutMs);
     }
 
-    ScopedUserFolders folders;
     ScopedPluginFolder plugins{{"tp_recorder.so", "tp_plain.so", "tp_noentry.so", "tp_nullheader.so"}};
-    PlayerFeed feed;
-    QPointer<CVisualThread> thread;
 };
 
 } // namespace
@@ -92,7 +59,7 @@ protected:
 TEST_F(PluginHostTest, StartsTheStoredModuleAtCreationOnTheRenderThread)
 {
     Store(QStringLiteral("tp_recorder.so"), 0);
-    Start();
+    StartShown();
     ASSERT_TRUE(WaitCount("Render", 5));
     const auto events = PluginEvents();
     EXPECT_EQ(events.front().strEvent, "Init");
@@ -114,7 +81,7 @@ TEST_F(PluginHostTest, StartsTheStoredModuleAtCreationOnTheRenderThread)
 TEST_F(PluginHostTest, PeriodZeroIsDrivenEveryThirtyMilliseconds)
 {
     Store(QStringLiteral("tp_recorder.so"), 0);
-    Start();
+    StartShown();
     ASSERT_TRUE(WaitCount("Render", 2));
     ClearPluginEvents();
     QTest::qWait(1000);
@@ -133,7 +100,7 @@ TEST_F(PluginHostTest, PeriodZeroIsDrivenEveryThirtyMilliseconds)
 TEST_F(PluginHostTest, FailuresLeaveNothingLoaded)
 {
     Store(QStringLiteral("tp_recorder.so"), 5);
-    Start();
+    StartShown();
     QTest::qWait(300);
     EXPECT_EQ(CountPluginEvents("Init"), 0) << "module index beyond the modules";
     EXPECT_FALSE(IsLibraryLoaded(plugins.FilePath("tp_recorder.so")));
@@ -166,7 +133,7 @@ TEST_F(PluginHostTest, FailuresLeaveNothingLoaded)
 TEST_F(PluginHostTest, UnloadingReleasesBeforeQuitAndInputReachesTheModule)
 {
     Store(QStringLiteral("tp_recorder.so"), 0);
-    Start();
+    StartShown();
     ASSERT_TRUE(WaitCount("Render", 2));
     CVisualWnd* wnd = thread->GetMainWnd();
 
@@ -208,7 +175,7 @@ TEST_F(PluginHostTest, PerFrameFieldsFollowThePlayingEngine)
         << player.m_szError;
     feed.m_pPlayer = &player;
     Store(QStringLiteral("tp_recorder.so"), 0);
-    Start();
+    StartShown();
     ASSERT_TRUE(WaitCount("Render", 2));
     const PluginEvent idle = PluginEvents().back();
     EXPECT_EQ(idle.module.bPlaying, 0);
@@ -242,38 +209,40 @@ TEST_F(PluginHostTest, PerFrameFieldsFollowThePlayingEngine)
 TEST_F(PluginHostTest, ChooserOkRestartsTheModuleAndCancelKeepsTheChoice)
 {
     Store(QStringLiteral("tp_plain.so"), 0);
-    Start();
+    StartShown();
     ASSERT_TRUE(WaitCount("Render", 1));
     CVisualWnd* wnd = thread->GetMainWnd();
 
+    // Answers the chooser once it is open: the recorder (second in the list), then OK or Cancel.
+    const auto choose = [](bool ok) {
+        QTimer::singleShot(300, [ok] {
+            if (auto* dialog = qobject_cast<CChoosePlugin*>(QApplication::activeModalWidget())) {
+                dialog->m_lbPlugins->setCurrentRow(1);
+                ok ? QTest::mouseClick(dialog->OkButton(), Qt::LeftButton) : dialog->reject();
+            }
+        });
+    };
+    const auto started = [this](const std::string& module) {
+        return WaitEvents([&](const auto& events) {
+            return std::any_of(events.begin(), events.end(),
+                               [&](const PluginEvent& e) { return e.strEvent == "Init" && e.strModule == module; });
+        });
+    };
+
     // Cancel: the choice stays, the running module is started again.
     ClearPluginEvents();
-    QTimer::singleShot(300, [] {
-        if (auto* dialog = qobject_cast<CChoosePlugin*>(QApplication::activeModalWidget())) {
-            dialog->m_lbPlugins->setCurrentRow(1);
-            dialog->reject();
-        }
-    });
+    choose(false);
     wnd->OnCommand(ID_VISUAL_CHOOSE_PLUGIN);
     EXPECT_EQ(wnd->PluginName(), QStringLiteral("tp_plain.so"));
-    EXPECT_TRUE(WaitEvents([](const auto& e) {
-        return std::any_of(e.begin(), e.end(), [](const PluginEvent& x) { return x.strEvent == "Init" && x.strModule == "Plain module"; });
-    }));
+    EXPECT_TRUE(started("Plain module"));
 
-    // OK on the recorder's second module, then its first: stored and started.
-    QTimer::singleShot(300, [] {
-        if (auto* dialog = qobject_cast<CChoosePlugin*>(QApplication::activeModalWidget())) {
-            dialog->m_lbPlugins->setCurrentRow(1);
-            QTest::mouseClick(dialog->OkButton(), Qt::LeftButton);
-        }
-    });
+    // OK on the recorder: its first module is stored and started.
     ClearPluginEvents();
+    choose(true);
     wnd->OnCommand(ID_VISUAL_CHOOSE_PLUGIN);
     EXPECT_EQ(wnd->PluginName(), QStringLiteral("tp_recorder.so"));
     EXPECT_EQ(wnd->PluginModule(), 0);
-    EXPECT_TRUE(WaitEvents([](const auto& e) {
-        return std::any_of(e.begin(), e.end(), [](const PluginEvent& x) { return x.strModule == "Recording module"; });
-    }));
+    EXPECT_TRUE(started("Recording module"));
     // The plain module kept drawing while the dialog was open; then it stopped and the new one began.
     std::vector<std::pair<std::string, std::string>> calls;
     for (const PluginEvent& e : PluginEvents())

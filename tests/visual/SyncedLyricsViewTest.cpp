@@ -9,15 +9,13 @@
 #include <gtest/gtest.h>
 
 #include "PlayerTestSupport.h"
-#include "platform/TypedSettings.h"
+#include "VisualTestSupport.h"
 #include "song/SyncedLyrics.h"
 #include "visual/CVisualThread.h"
 
 using namespace tunivox::test;
 
 namespace {
-
-const QString kKey = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
 
 // Ten lines, half a second apart from 0.5 s.
 QByteArray LrcText()
@@ -55,13 +53,11 @@ protected:
         ASSERT_TRUE(QFile::copy(FixturePath(fixture), song));
         if (!lrc.isEmpty())
             files.WriteFile(QStringLiteral("song.lrc"), lrc);
-        CTypedSettings store;
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("Flags"), TypedValue::FromDWORD(VISUAL_FLAG_LYRICS)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrBkColor"), TypedValue::FromDWORD(0xFF102050)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontColor"), TypedValue::FromDWORD(0xFFFFFFFF)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontName"), TypedValue::FromString(QStringLiteral("DejaVu Sans"))));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontSize"), TypedValue::FromDWORD(14)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("SyncLyrics"), TypedValue::FromDWORD(bSyncSetting ? 1 : 0)));
+        const std::pair<const char*, DWORD> values[] = {{"Flags", VISUAL_FLAG_LYRICS}, {"LyrBkColor", 0xFF102050},
+            {"LyrFontColor", 0xFFFFFFFF}, {"LyrFontSize", 14}, {"SyncLyrics", bSyncSetting ? 1u : 0u}};
+        for (auto [name, value] : values)
+            StoreVisualSetting(name, TypedValue::FromDWORD(value));
+        StoreVisualSetting("LyrFontName", TypedValue::FromString(QStringLiteral("DejaVu Sans")));
         // A host whose engine sleeps between bursts: the visualization still follows block by block.
         fixture_.ctrl->SetHandBackInterval(1000);
         fixture_.ctrl->addFile(SongFor(song), 0);

@@ -7,7 +7,7 @@
 #include <QSlider>
 #include <gtest/gtest.h>
 
-#include "support/TestFolders.h"
+#include "VisualTestSupport.h"
 #include "controls/CColorButton.h"
 #include "visual/COptionsDlg.h"
 #include "visual/VisualSettings.h"
@@ -17,12 +17,6 @@ using tunivox::test::ScopedUserFolders;
 namespace {
 
 const QString kKey = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
-
-void Put(const char* name, const TypedValue& value)
-{
-    CTypedSettings store;
-    ASSERT_TRUE(store.SetValue(kKey, QLatin1String(name), value));
-}
 
 QString ScalableFace()
 {
@@ -43,10 +37,10 @@ T* Child(const COptionsDlg& dlg, int id)
 TEST(VisualSettingsLoad, MissingValuesKeepDefaultsAndBadOnesAreSkipped)
 {
     ScopedUserFolders folders;
-    Put("LyrFontSize", TypedValue::FromDWORD(14));
-    Put("LyrSpeed", TypedValue::FromString(QStringLiteral("fast")));
-    Put("LyrBkColor", TypedValue::FromDWORD(0x80102030));
-    Put("ShowFPS", TypedValue::FromDWORD(1));
+    StoreVisualSetting("LyrFontSize", TypedValue::FromDWORD(14));
+    StoreVisualSetting("LyrSpeed", TypedValue::FromString(QStringLiteral("fast")));
+    StoreVisualSetting("LyrBkColor", TypedValue::FromDWORD(0x80102030));
+    StoreVisualSetting("ShowFPS", TypedValue::FromDWORD(1));
     VisualSettings s;
     s.m_strFontName = QStringLiteral("Previous");
     LoadVisualSettings(CTypedSettings(), kKey, s);
@@ -59,7 +53,7 @@ TEST(VisualSettingsLoad, MissingValuesKeepDefaultsAndBadOnesAreSkipped)
     EXPECT_EQ(s.m_nArtTransparency, 125);
     EXPECT_EQ(s.m_bShowFPS, 1);
 
-    Put("LyrFontName", TypedValue::FromString(QString(40, QLatin1Char('F'))));
+    StoreVisualSetting("LyrFontName", TypedValue::FromString(QString(40, QLatin1Char('F'))));
     LoadVisualSettings(CTypedSettings(), kKey, s);
     EXPECT_EQ(s.m_strFontName, QString(32, QLatin1Char('F'))) << "a long name is cut to 32";
 }
@@ -72,9 +66,9 @@ TEST(VisualSettingsLoad, PlacementDefaultsMinimumAndRoundTrip)
     EXPECT_EQ(std::tuple(p.xPos, p.yPos, p.xSize, p.ySize, p.dwFlags), std::tuple(50, 50, 700, 550, 22u));
     EXPECT_EQ(p.strPlugin, QStringLiteral("Spectrola.so"));
 
-    Put("xSize", TypedValue::FromDWORD(100));
-    Put("Plugin", TypedValue::FromString(QString(300, QLatin1Char('p'))));
-    Put("Plugin_mod", TypedValue::FromDWORD(3));
+    StoreVisualSetting("xSize", TypedValue::FromDWORD(100));
+    StoreVisualSetting("Plugin", TypedValue::FromString(QString(300, QLatin1Char('p'))));
+    StoreVisualSetting("Plugin_mod", TypedValue::FromDWORD(3));
     LoadVisualPlacement(CTypedSettings(), kKey, p);
     EXPECT_EQ(p.xSize, 250);
     EXPECT_EQ(p.strPlugin.size(), 259);

@@ -3,26 +3,19 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QPointer>
 #include <QSlider>
-#include <QTest>
 #include <QTimer>
-#include <gtest/gtest.h>
 
-#include "FakeFeed.h"
-#include "support/TestFolders.h"
+#include "VisualTestSupport.h"
 #include "visual/COptionsDlg.h"
 #include "visual/CVisualSurface.h"
-#include "visual/CVisualThread.h"
 #include "visual/CVisualToolbar.h"
-#include "visual/CVisualWnd.h"
 
 using tunivox::test::ScopedTempFolder;
-using tunivox::test::ScopedUserFolders;
 
 namespace {
 
-const QString kKey = QStringLiteral("Software\\Tunivox\\TunivoxDesk\\MP3PlayerInternal");
+const QString kKey = QString::fromLatin1(REGISTRY_PLAYER_SUBKEY);
 const QString kLyrics = QStringLiteral(
     "Under the lamp the night is long\nand every street still hums our song\n\n"
     "We counted stars on window glass\nand let the slow December pass\n\n"
@@ -39,30 +32,22 @@ int Distance(QRgb a, QRgb b)
     return std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
 }
 
-class VisualThreadTest : public ::testing::Test
+class VisualThreadTest : public VisualThreadFixture
 {
 protected:
     void SetUp() override
     {
-        CTypedSettings store;
         const std::pair<const char*, DWORD> values[] = {{"Flags", VISUAL_FLAG_LYRICS | VISUAL_FLAG_ART},
             {"LyrBkColor", 0xFF2040C0}, {"LyrFontColor", 0xFFFFFFFF}, {"ArtTransparency", 128}, {"LyrFontSize", 14}};
         for (auto [name, value] : values)
-            ASSERT_TRUE(store.SetValue(kKey, QLatin1String(name), TypedValue::FromDWORD(value)));
-        ASSERT_TRUE(store.SetValue(kKey, QStringLiteral("LyrFontName"), TypedValue::FromString(QStringLiteral("DejaVu Sans"))));
+            StoreVisualSetting(name, TypedValue::FromDWORD(value));
+        StoreVisualSetting("LyrFontName", TypedValue::FromString(QStringLiteral("DejaVu Sans")));
         feed.m_strTitle = "First Song";
         feed.m_strLyrics = kLyrics.toStdString();
         // Cover files are named ".jpg" whatever they hold.
         feed.m_arrArts.Add(Picture(QStringLiteral("cover.jpg"), Qt::red, QSize(120, 120), "PNG"));
         feed.m_arrBackgrounds.Add(Picture(QStringLiteral("back.jpg"), Qt::green, QSize(64, 48), "PNG"));
         feed.m_dwChange = 5;
-    }
-
-    void TearDown() override
-    {
-        if (thread)
-            thread->RequestQuit();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return thread.isNull(); }, 3000));
     }
 
     QString Picture(const QString& name, const QColor& colour, QSize size, const char* format)
@@ -74,31 +59,7 @@ protected:
         return path;
     }
 
-    template <typename T = CVisualThread>
-    void Start()
-    {
-        thread = new T();
-        thread->SetPlayerCtrl(&feed);
-        thread->start();
-    }
-
-    void StartShown()
-    {
-        Start();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return thread->GetMainWnd() && thread->GetMainWnd()->isVisible(); }, 5000));
-        // Let the shown size settle into the scene.
-        ASSERT_TRUE(QTest::qWaitFor([&] { return thread->SceneState().clientSize == thread->GetMainWnd()->SurfacePixelSize(); }, 3000));
-    }
-
-    bool WaitState(const std::function<bool(const VisualSceneState&)>& predicate, int timeoutMs = 3000)
-    {
-        return QTest::qWaitFor([&] { return predicate(thread->SceneState()); }, timeoutMs);
-    }
-
-    ScopedUserFolders folders;
     ScopedTempFolder files;
-    FakeFeed feed;
-    QPointer<CVisualThread> thread;
 };
 
 } // namespace
@@ -126,18 +87,14 @@ TEST_F(VisualThreadTest, StartsShowsAndEndsOnRequestQuit)
     EXPECT_TRUE(CTypedSettings().Value(kKey, QStringLiteral("xSize")).has_value());
 }
 
-TEST_F(VisualThreadTest, ClosingTheWindowEndsTheThread)
+TEST_F(VisualThreadTest, ClosingTheWindowOrFailingToCreateItEndsTheThread)
 {
     StartShown();
     thread->GetMainWnd()->close();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return feed.m_nEnded.load() == 1; }, 3000));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return thread.isNull(); }, 3000));
-}
-
-TEST_F(VisualThreadTest, CreationFailureEndsTheThreadAtOnce)
-{
+    ASSERT_TRUE(QTest::qWaitFor([&] { return feed.m_nEnded.load() == 1; }, 3000)) << "window closed";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return thread.isNull(); }, 3000));
     Start<FailingThread>();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return feed.m_nEnded.load() == 1; }, 3000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return feed.m_nEnded.load() == 2; }, 3000)) << "no window created";
     EXPECT_TRUE(QTest::qWaitFor([&] { return thread.isNull(); }, 3000));
 }
 
@@ -314,7 +271,7 @@ TEST_F(VisualThreadTest, OptionsDialogOpensFromKeyAndMenuAndOkAppliesAndKeeps)
     fromMenu->trigger();
     EXPECT_EQ(wnd->Settings().m_nLyricsSpeed, 20);
     VisualSettings saved;
-    LoadVisualSettings(CTypedSettings(), QString::fromLatin1(REGISTRY_PLAYER_SUBKEY), saved);
+    LoadVisualSettings(CTypedSettings(), kKey, saved);
     EXPECT_EQ(saved, wnd->Settings());
     EXPECT_TRUE(WaitState([](const VisualSceneState& s) {
         return s.settings.m_nLyricsSpeed == 20 && std::abs(s.scroll.nScrollSpeed) == 20;
