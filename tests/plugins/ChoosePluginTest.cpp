@@ -15,37 +15,35 @@ using namespace tunivox::test;
 
 namespace {
 
-QStringList Lines(const CChoosePlugin& dialog)
+// The rows of the plug-in list or the module combo.
+QStringList Rows(const QAbstractItemModel* model)
 {
-    QStringList lines;
-    for (int i = 0; i < dialog.m_lbPlugins->count(); ++i)
-        lines << dialog.m_lbPlugins->item(i)->text();
-    return lines;
-}
-
-QStringList Modules(const CChoosePlugin& dialog)
-{
-    QStringList modules;
-    for (int i = 0; i < dialog.m_cbModules->count(); ++i)
-        modules << dialog.m_cbModules->itemText(i);
-    return modules;
+    QStringList rows;
+    for (int i = 0; i < model->rowCount(); ++i)
+        rows << model->index(i, 0).data().toString();
+    return rows;
 }
 
 const QStringList kAll = {"tp_recorder.so", "tp_plain.so", "tp_noentry.so", "tp_nullheader.so"};
 
 } // namespace
 
-TEST(ChoosePlugin, ListsOnlyPluginsWithAndWithoutVersion)
+TEST(ChoosePlugin, ListsOnlyPluginsWithAndWithoutVersionAndSelectsTheStoredChoice)
 {
     ScopedPluginFolder folder(kAll);
     CChoosePlugin dialog;
     dialog.m_strPlugin = QStringLiteral("TP_RECORDER.so"); // the match ignores case
+    dialog.m_nModule = 9; // beyond the module count: module 0
     dialog.OnInitDialog();
-    EXPECT_EQ(Lines(dialog), (QStringList{QStringLiteral("Plain plug-in     (tp_plain.so)"),
-                                          QStringLiteral("Recorder plug-in    v.2.5.1  (tp_recorder.so)")}));
+    EXPECT_EQ(Rows(dialog.m_lbPlugins->model()),
+              (QStringList{"Plain plug-in     (tp_plain.so)", "Recorder plug-in    v.2.5.1  (tp_recorder.so)"}));
     EXPECT_EQ(dialog.m_nSelected, 1);
     EXPECT_EQ(dialog.m_lbPlugins->currentRow(), 1);
-    EXPECT_EQ(Modules(dialog), (QStringList{QStringLiteral("Recording module"), QStringLiteral("Failing module")}));
+    EXPECT_EQ(Rows(dialog.m_cbModules->model()), (QStringList{"Recording module", "Failing module"}));
+    EXPECT_EQ(dialog.m_nModule, 0);
+    EXPECT_EQ(dialog.m_cbModules->currentIndex(), 0);
+    ASSERT_NE(dialog.m_pModule, nullptr);
+    EXPECT_STREQ(dialog.m_pModule->pszDescription, "Recording module");
     EXPECT_TRUE(dialog.OkButton()->isEnabled());
     EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Select the visualization Plug-in"));
     EXPECT_EQ(dialog.ConfigureButton()->text(), QStringLiteral("Con&figure Plug-in"));
@@ -71,19 +69,6 @@ TEST(ChoosePlugin, EmptyFolderDisablesOkAndForgetsTheChoice)
     dialog.reject();
 }
 
-TEST(ChoosePlugin, StoredModuleBeyondTheCountSelectsModuleZero)
-{
-    ScopedPluginFolder folder(kAll);
-    CChoosePlugin dialog;
-    dialog.m_strPlugin = QStringLiteral("tp_recorder.so");
-    dialog.m_nModule = 9;
-    dialog.OnInitDialog();
-    EXPECT_EQ(dialog.m_nModule, 0);
-    EXPECT_EQ(dialog.m_cbModules->currentIndex(), 0);
-    ASSERT_NE(dialog.m_pModule, nullptr);
-    EXPECT_STREQ(dialog.m_pModule->pszDescription, "Recording module");
-}
-
 TEST(ChoosePlugin, ConfigureFollowsTheModulesConfigEntry)
 {
     ScopedPluginFolder folder(kAll);
@@ -107,7 +92,7 @@ TEST(ChoosePlugin, ConfigureFollowsTheModulesConfigEntry)
 
     // A plug-in whose only module has no Config.
     dialog.m_lbPlugins->setCurrentRow(0);
-    EXPECT_EQ(Modules(dialog), QStringList{QStringLiteral("Plain module")});
+    EXPECT_EQ(Rows(dialog.m_cbModules->model()), QStringList{QStringLiteral("Plain module")});
     EXPECT_FALSE(dialog.ConfigureButton()->isEnabled());
     EXPECT_TRUE(dialog.OkButton()->isEnabled());
 }

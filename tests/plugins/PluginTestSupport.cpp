@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -55,10 +56,8 @@ std::vector<std::string> PluginEventNames()
 
 int CountPluginEvents(const std::string& strEvent)
 {
-    int n = 0;
-    for (const PluginEvent& event : PluginEvents())
-        n += event.strEvent == strEvent ? 1 : 0;
-    return n;
+    const std::vector<std::string> names = PluginEventNames();
+    return static_cast<int>(std::count(names.begin(), names.end(), strEvent));
 }
 
 ScopedPluginFolder::ScopedPluginFolder(const QStringList& plugins)

@@ -143,22 +143,19 @@ void StoreSettings(DWORD bars, DWORD scheme)
 
 } // namespace
 
-TEST_F(SpectrolaTest, ModulesAndVersion)
+// The settings dialog is wide enough for a title bar to show its whole title beside the window
+// icon and three buttons (about 140 pixels); sized to its three rows it cut the title.
+TEST_F(SpectrolaTest, ModulesVersionAndASettingsDialogWithRoomForItsTitle)
 {
     EXPECT_STREQ(library.Header()->pszDescription, "Spectrola");
     const auto names = VisualPluginModuleNames(library.Header());
     ASSERT_EQ(names.size(), 3u);
     EXPECT_EQ(names[0], QStringLiteral("Spectrum analyzer"));
     EXPECT_FALSE(library.VersionText().isEmpty());
-    EXPECT_NE(library.Header()->getModule(0)->Config, nullptr);
-}
 
-// The settings dialog is wide enough for a title bar to show its whole title beside the window
-// icon and three buttons (about 140 pixels); sized to its three rows it cut the title.
-TEST_F(SpectrolaTest, SettingsDialogLeavesRoomForItsTitle)
-{
-    tMP3VisModule* module = library.Header()->getModule(0);
-    module->hwndParent = nullptr;
+    tMP3VisModule* analyzer = library.Header()->getModule(0);
+    ASSERT_NE(analyzer->Config, nullptr);
+    analyzer->hwndParent = nullptr;
     int width = 0;
     int titleWidth = 0;
     QTimer::singleShot(300, [&] {
@@ -170,7 +167,7 @@ TEST_F(SpectrolaTest, SettingsDialogLeavesRoomForItsTitle)
             dialog->grab().save(QString::fromUtf8(shot) + QStringLiteral("/spectrola-settings.png"));
         static_cast<QDialog*>(dialog)->reject();
     });
-    module->Config(module);
+    analyzer->Config(analyzer);
     EXPECT_GE(width, titleWidth + 140);
 }
 
