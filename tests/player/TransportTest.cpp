@@ -17,6 +17,7 @@ namespace {
 
 const QStringList kSongs = {QStringLiteral("short-44k-stereo.wav"), QStringLiteral("tone-48k-mono.wav"),
                             QStringLiteral("chord-44k-stereo.flac")};
+const QString kLong = QStringLiteral("long-44k-stereo.mp3");
 
 // Ticks the progress timer until the control moved on from `index` or `limit` ticks passed.
 void TickUntilAdvanced(PlayerFixture& f, int index, int limit = 40)
@@ -50,36 +51,31 @@ TEST(Transport, PlayStartPlaysAndNotifiesTheHost)
     EXPECT_EQ(f.ctrl->GetPlayingSongName(), QStringLiteral("3. Artist - chord-44k-stereo.flac"));
 }
 
-TEST(Transport, WithoutRepeatPlayStopsAfterTheLastEntry)
+// The end of a song starts the next; the end of the last wraps to the first only with repeat.
+TEST(Transport, TheEndOfTheLastEntryWrapsOnlyWithRepeat)
 {
-    PlayerFixture f(200.0);
-    f.Add(kSongs);
-    f.ctrl->setCurrentRow(1);
-    ASSERT_EQ(f.ctrl->Play(), 1);
-    ASSERT_EQ(f.ctrl->GetCurrentIndex(), 1);
-    ASSERT_TRUE(f.EngineFinished());
-    TickUntilAdvanced(f, 1);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "the end of a song starts the next";
-    ASSERT_TRUE(f.EngineFinished());
-    TickUntilAdvanced(f, 2, 10);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "no wrap without repeat";
-    EXPECT_FALSE(f.ctrl->GetAudioPlayer()->m_bPlaying);
+    for (const int repeat : {0, 1}) {
+        SCOPED_TRACE(repeat ? "repeat" : "no repeat");
+        PlayerFixture f(200.0);
+        f.Add(kSongs);
+        f.ctrl->SetRepeatMode(repeat);
+        f.ctrl->setCurrentRow(1);
+        ASSERT_EQ(f.ctrl->Play(), 1);
+        ASSERT_EQ(f.ctrl->GetCurrentIndex(), 1);
+        ASSERT_TRUE(f.EngineFinished());
+        TickUntilAdvanced(f, 1);
+        EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "the end of a song starts the next";
+        ASSERT_TRUE(f.EngineFinished());
+        TickUntilAdvanced(f, 2, repeat ? 40 : 10);
+        EXPECT_EQ(f.ctrl->GetCurrentIndex(), repeat ? 0 : 2);
+        EXPECT_EQ(f.ctrl->currentRow(), f.ctrl->GetCurrentIndex());
+        EXPECT_TRUE(repeat || !f.ctrl->GetAudioPlayer()->m_bPlaying) << "without repeat play ends";
+    }
 }
 
-TEST(Transport, WithRepeatTheEndOfTheLastEntryWrapsToTheFirst)
-{
-    PlayerFixture f(200.0);
-    f.Add(kSongs);
-    f.ctrl->SetRepeatMode(1);
-    f.ctrl->setCurrentRow(2);
-    ASSERT_EQ(f.ctrl->Play(), 1);
-    ASSERT_TRUE(f.EngineFinished());
-    TickUntilAdvanced(f, 2);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
-    EXPECT_EQ(f.ctrl->currentRow(), 0);
-}
-
-TEST(Transport, ShuffleWithOneSongReplaysIt)
+// Shuffle draws another entry than the selected one, but replays a lone song and leaves a
+// double-click playing the clicked one.
+TEST(Transport, ShuffleDrawsAnotherEntryThanTheSelectedOne)
 {
     PlayerFixture f;
     f.Add({kSongs[2]});
@@ -88,19 +84,26 @@ TEST(Transport, ShuffleWithOneSongReplaysIt)
     EXPECT_EQ(f.ctrl->PlayStart("anything"), 1);
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
     EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
-}
 
-TEST(Transport, ShuffleDrawsAnotherEntryThanTheSelectedOne)
-{
-    PlayerFixture f;
-    f.Add(kSongs);
-    f.ctrl->SetShuflleMode(1);
+    f.Add({kSongs[0], kSongs[1]});
     for (int selected = 0; selected < 3; ++selected) {
         f.ctrl->setCurrentRow(selected);
         ASSERT_EQ(f.ctrl->PlayStart(""), 1);
         EXPECT_NE(f.ctrl->GetCurrentIndex(), selected);
         EXPECT_EQ(f.ctrl->currentRow(), f.ctrl->GetCurrentIndex());
     }
+
+    // Stopped, and another row than the last drawn: only the double-click can start it.
+    const int clicked = (f.ctrl->GetCurrentIndex() + 1) % 3;
+    f.ctrl->Stop();
+    f.host->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
+    const QPoint at = f.ctrl->visualItemRect(f.ctrl->item(clicked)).center();
+    QTest::mouseClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseDClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), clicked) << "a double-click plays the clicked song";
+    EXPECT_TRUE(f.ctrl->IsShuffle()) << "shuffle is back on after the click";
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
 }
 
 // In a list that allows several selected entries, moving to another song leaves only that one
@@ -183,24 +186,6 @@ TEST(Transport, AnUnplayableSongIsReportedWithAReason)
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 2) << "and the next song plays";
 }
 
-TEST(Transport, ThePauseButtonShowsThePausedState)
-{
-    PlayerFixture f(1.0);
-    f.Add(kSongs);
-    QAction* pause = f.ctrl->GetToolbar()->CommandAction(kCommandPause);
-    ASSERT_NE(pause, nullptr);
-    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
-    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() > 0; }));
-    EXPECT_EQ(f.ctrl->Pause(), 1);
-    EXPECT_TRUE(pause->isChecked());
-    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->m_bPaused.load(); }));
-    EXPECT_EQ(f.ctrl->Pause(), 1) << "again: resumes";
-    EXPECT_FALSE(pause->isChecked());
-    EXPECT_EQ(f.ctrl->Pause(), 1);
-    EXPECT_EQ(f.ctrl->Stop(), 1);
-    EXPECT_FALSE(pause->isChecked()) << "stopped is not paused";
-}
-
 TEST(Transport, DoEventsReportsAQuitItPumped)
 {
     PlayerFixture f;
@@ -208,21 +193,6 @@ TEST(Transport, DoEventsReportsAQuitItPumped)
     QCoreApplication::postEvent(QCoreApplication::instance(), new QEvent(QEvent::Quit));
     EXPECT_EQ(f.ctrl->DoEvents(), 1);
     EXPECT_EQ(f.ctrl->DoEvents(), 0);
-}
-
-TEST(Transport, DoubleClickPlaysTheClickedSongEvenWithShuffle)
-{
-    PlayerFixture f;
-    f.Add(kSongs);
-    f.ctrl->SetShuflleMode(1);
-    f.host->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
-    const QPoint at = f.ctrl->visualItemRect(f.ctrl->item(1)).center();
-    QTest::mouseClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
-    QTest::mouseDClick(f.ctrl->viewport(), Qt::LeftButton, {}, at);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
-    EXPECT_TRUE(f.ctrl->IsShuffle()) << "shuffle is back on after the click";
-    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
 }
 
 TEST(Transport, NextAndPrevWrapAndOnlyMoveTheSelectionWhenStopped)
@@ -250,23 +220,37 @@ TEST(Transport, NextAndPrevWrapAndOnlyMoveTheSelectionWhenStopped)
     EXPECT_EQ(f.ctrl->Play(), 0);
 }
 
-TEST(Transport, PauseTogglesAndStopIsIdempotent)
+TEST(Transport, PauseTogglesItsButtonAndStopIsIdempotent)
 {
     PlayerFixture f(1.0);
-    f.Add({QStringLiteral("long-44k-stereo.mp3")});
+    f.Add({kLong});
+    QAction* pause = f.ctrl->GetToolbar()->CommandAction(kCommandPause);
+    ASSERT_NE(pause, nullptr);
+    const auto enginePaused = [&](bool paused) {
+        return WaitUntil([&] { return bool(f.ctrl->GetAudioPlayer()->m_bPaused) == paused; });
+    };
     EXPECT_EQ(f.ctrl->Pause(), 0) << "nothing to pause while stopped";
-    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kLong).toUtf8().constData()), 1);
+    ASSERT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() > 0; }));
     ASSERT_EQ(f.ctrl->Pause(), 1);
-    ASSERT_TRUE(WaitUntil([&] { return bool(f.ctrl->GetAudioPlayer()->m_bPaused); }));
+    EXPECT_TRUE(pause->isChecked());
+    ASSERT_TRUE(enginePaused(true));
     EXPECT_TRUE(f.ctrl->IsPaused());
     const quint64 frozen = f.ctrl->GetAudioPlayer()->GetCurrentTime();
     QTest::qWait(150);
     EXPECT_EQ(f.ctrl->GetAudioPlayer()->GetCurrentTime(), frozen);
+    EXPECT_EQ(f.ctrl->Pause(), 1) << "again: resumes";
+    EXPECT_FALSE(pause->isChecked());
+    ASSERT_TRUE(enginePaused(false));
+    ASSERT_EQ(f.ctrl->Pause(), 1);
+    ASSERT_TRUE(enginePaused(true));
     EXPECT_EQ(f.ctrl->Play(), 1) << "Play while paused resumes";
-    ASSERT_TRUE(WaitUntil([&] { return !f.ctrl->GetAudioPlayer()->m_bPaused; }));
+    ASSERT_TRUE(enginePaused(false));
     EXPECT_FALSE(f.ctrl->IsPaused());
 
+    ASSERT_EQ(f.ctrl->Pause(), 1);
     EXPECT_EQ(f.ctrl->Stop(), 1);
+    EXPECT_FALSE(pause->isChecked()) << "stopped is not paused";
     EXPECT_TRUE(f.ctrl->IsStopped());
     EXPECT_EQ(f.ctrl->GetAudioPlayer()->m_hDecodeThread, nullptr);
     EXPECT_EQ(f.ctrl->GetElapsedText(), QStringLiteral("00:00"));
@@ -274,11 +258,13 @@ TEST(Transport, PauseTogglesAndStopIsIdempotent)
     EXPECT_EQ(f.ctrl->Stop(), 1) << "a second Stop does nothing and succeeds";
 }
 
-TEST(Transport, ProgressTicksMoveTheSliderAndAReleasedDragSeeks)
+// The position slider follows the song and seeks when a drag ends; the volume slider and SetVolume
+// run on inverted scales.
+TEST(Transport, TheSlidersSeekAndSetTheVolume)
 {
     PlayerFixture f(1.0);
-    f.Add({QStringLiteral("long-44k-stereo.mp3")});
-    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
+    f.Add({kLong});
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kLong).toUtf8().constData()), 1);
     f.ctrl->OnTimer(291);   // the first tick only enables the updates
     EXPECT_TRUE(f.ctrl->m_bUpdateProgress);
 
@@ -292,13 +278,7 @@ TEST(Transport, ProgressTicksMoveTheSliderAndAReleasedDragSeeks)
     EXPECT_GE(f.ctrl->GetTrackbar()->GetPos(), 80);
     EXPECT_LT(f.ctrl->GetTrackbar()->GetPos(), 95);
     EXPECT_TRUE(f.ctrl->GetElapsedText().startsWith(QStringLiteral("00:0")));
-}
 
-TEST(Transport, VolumeScaleIsInvertedAndRangeChecked)
-{
-    PlayerFixture f(1.0);
-    f.Add({QStringLiteral("long-44k-stereo.mp3")});
-    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(QStringLiteral("long-44k-stereo.mp3")).toUtf8().constData()), 1);
     f.ctrl->SetVolume(0);
     EXPECT_EQ(f.ctrl->GetVolume(), 100) << "0 is full volume";
     f.ctrl->SetVolume(100);
@@ -311,14 +291,4 @@ TEST(Transport, VolumeScaleIsInvertedAndRangeChecked)
     f.ctrl->ProcessVolumeBar(TB_ENDTRACK, 0);
     EXPECT_EQ(f.ctrl->m_nVolumeLevel, 32768);
     EXPECT_EQ(f.ctrl->GetVolume(), 50);
-}
-
-TEST(Transport, EngineFailuresFailSoftly)
-{
-    PlayerFixture f;
-    f.ctrl->addFile(SongFor(FixturePath(QStringLiteral("not-audio.mp3"))), 0);
-    EXPECT_EQ(f.ctrl->Play(), 0);
-    EXPECT_FALSE(f.ctrl->IsPlaying());
-    EXPECT_TRUE(f.ctrl->m_strWork.startsWith(QStringLiteral("PlayCtrl Error #-")));
-    EXPECT_TRUE(f.ctrl->m_strWork.contains(QStringLiteral("\nError context: ")));
 }
