@@ -24,6 +24,11 @@ DWORD StoredInternalIsVisual()
     return stored;
 }
 
+void StoreInternalIsVisual(DWORD value)
+{
+    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &value);
+}
+
 } // namespace
 
 TEST(Lifecycle, InitPutsTheCompanionWindowInTheListsPlace)
@@ -40,21 +45,24 @@ TEST(Lifecycle, InitPutsTheCompanionWindowInTheListsPlace)
     EXPECT_TRUE(f.ctrl->GetTrackbar()->isHidden());
 }
 
-TEST(Lifecycle, InternalIsVisualIsSavedOnDestroyAndReadByInit)
+// Destroying the control or closing its host window stores whether its visualization was on, and
+// Init reads it back; a control that does not remember leaves the stored state to the host.
+TEST(Lifecycle, InternalIsVisualIsSavedOnCloseAndDestroyAndReadByInit)
 {
     ScopedUserFolders folders;
-    {
-        HostWindow host;
-        auto* ctrl = new CMediaPlayerCtrl(&host);
-        ctrl->Init();
-        delete ctrl;
-    }
-    EXPECT_EQ(StoredInternalIsVisual(), 0u);
-
-    DWORD one = 1;
-    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &one);
     HostWindow host;
     auto* ctrl = new CMediaPlayerCtrl(&host);
+    ctrl->Init();
+    StoreInternalIsVisual(7);
+    host.show();
+    host.close();
+    EXPECT_EQ(StoredInternalIsVisual(), 0u) << "closing the host window";
+    StoreInternalIsVisual(7);
+    delete ctrl;
+    EXPECT_EQ(StoredInternalIsVisual(), 0u) << "destroying the control";
+
+    StoreInternalIsVisual(1);
+    ctrl = new CMediaPlayerCtrl(&host);
     ctrl->SetVisualActive(0);
     // Init reads the stored value; a live visualization is not wanted here, so stop what it starts.
     ctrl->Init();
@@ -64,31 +72,14 @@ TEST(Lifecycle, InternalIsVisualIsSavedOnDestroyAndReadByInit)
     ctrl->SetVisualActive(1);
     delete ctrl;
     EXPECT_EQ(StoredInternalIsVisual(), 1u);
-}
 
-TEST(Lifecycle, AControlThatDoesNotRememberLeavesTheHostsVisualizationAlone)
-{
-    ScopedUserFolders folders;
-    DWORD one = 1;
-    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &one);
-    HostWindow host;
-    auto* ctrl = new CMediaPlayerCtrl(&host);
+    ctrl = new CMediaPlayerCtrl(&host);
     ctrl->SetRemembersVisualization(0);
     ctrl->Init();
     EXPECT_FALSE(ctrl->IsVisualActive());
     EXPECT_EQ(ctrl->GetVisualThread(), nullptr) << "no second visualization window";
     delete ctrl;
     EXPECT_EQ(StoredInternalIsVisual(), 1u) << "the host restores its own state next time";
-}
-
-TEST(Lifecycle, ClosingTheHostWindowSavesInternalIsVisual)
-{
-    PlayerFixture f;
-    DWORD seven = 7;
-    CRegistry().WriteDWORD(REGISTRY_APP_KEY, "InternalIsVisual", &seven);
-    f.host->show();
-    f.host->close();
-    EXPECT_EQ(StoredInternalIsVisual(), 0u);
 }
 
 TEST(Lifecycle, RightClickNotifiesOnlyForANonEmptyList)
@@ -137,7 +128,9 @@ TEST(Lifecycle, ToolbarCommandsDriveTheControl)
     EXPECT_EQ(f.ctrl->GetToolbar()->CommandAction(kCommandClearList), nullptr);
 }
 
-TEST(Feed, ASetterLosesItsUpdateWhileTheReaderHoldsTheMutex)
+// Each setter raises its change bit (title 1, lyrics 2, arts 4), but drops its update when the
+// reader holds the mutex for longer than the window's thread may wait.
+TEST(Feed, ChangeBitsAccumulateAndASetterLosesItsUpdateWhileTheReaderHoldsTheMutex)
 {
     PlayerFixture f;
     f.ctrl->SetChange(0);
@@ -150,22 +143,16 @@ TEST(Feed, ASetterLosesItsUpdateWhileTheReaderHoldsTheMutex)
     reader.join();
     EXPECT_EQ(QString::fromUtf8(f.ctrl->GetLyrics()), QString());
     EXPECT_EQ(f.ctrl->GetChange(), 0u);
+
+    f.ctrl->SetMP3VisualTitle("Title");
     f.ctrl->SetLyrics("kept");
     EXPECT_EQ(QString::fromUtf8(f.ctrl->GetLyrics()), QStringLiteral("kept"));
-}
-
-TEST(Feed, ChangeBitsAccumulateAndListsAreCopied)
-{
-    PlayerFixture f;
-    f.ctrl->SetChange(0);
-    f.ctrl->SetMP3VisualTitle("Title");
-    f.ctrl->SetLyrics("Line");
     EXPECT_EQ(f.ctrl->GetChange(), 3u);
     CStringArray arts;
     arts.Add(QStringLiteral("/a.jpg"));
     f.ctrl->SetArts(&arts);
     arts.SetAt(0, QStringLiteral("/changed.jpg"));
-    EXPECT_EQ(f.ctrl->GetArts()->GetAt(0), QStringLiteral("/a.jpg"));
+    EXPECT_EQ(f.ctrl->GetArts()->GetAt(0), QStringLiteral("/a.jpg")) << "the list is copied";
     EXPECT_EQ(f.ctrl->GetChange(), 7u);
 }
 

@@ -50,17 +50,13 @@ TEST(PlaylistStrings, CapitalizeStrStartsWordsOnlyAfterBlankParenBackslashAndDas
         EXPECT_EQ(PlaylistProbe::CapitalizeStr(QString::fromUtf8(c.in)), QString::fromUtf8(c.out)) << c.in;
 }
 
-TEST(PlaylistStrings, FormattedTimeSwitchesToHoursAt3600)
+TEST(PlaylistStrings, TimeAndFileNameHelpersKeepTheirFixedRules)
 {
     EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(0), QStringLiteral("00:00"));
     EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(61), QStringLiteral("01:01"));
     EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(3599), QStringLiteral("59:59"));
-    EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(3600), QStringLiteral("01:00:00"));
+    EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(3600), QStringLiteral("01:00:00")) << "hours from 3600 s on";
     EXPECT_EQ(CMediaPlayerCtrl::GetFormattedTime(36061), QStringLiteral("10:01:01"));
-}
-
-TEST(PlaylistStrings, FileNameHelpersKeepTheirFixedRules)
-{
     EXPECT_EQ(CMediaPlayerCtrl::GetFileName(QStringLiteral("C:\\Music\\song.mp3")), QStringLiteral("song"));
     EXPECT_EQ(CMediaPlayerCtrl::GetFileName(QStringLiteral("/music/song.flac")), QStringLiteral("song."))
         << "the last four characters are cut, whatever the extension";
@@ -142,7 +138,8 @@ TEST(Playlist, ClearFileArrayRemovesEverySecondEntryOfTheTail)
                            QStringLiteral("tail4")}));
 }
 
-TEST(Playlist, ArraysFollowARealDragOfTheList)
+// The parallel arrays follow a real drag of the list and the Delete key.
+TEST(Playlist, ArraysFollowADragAndTheDeleteKey)
 {
     PlayerFixture f;
     CMediaPlayerCtrl& c = *f.ctrl;
@@ -167,19 +164,15 @@ TEST(Playlist, ArraysFollowARealDragOfTheList)
               (QStringList{QStringLiteral("/m/Bravo.mp3"), QStringLiteral("/m/Charlie.mp3"),
                            QStringLiteral("/m/Alpha.mp3"), QStringLiteral("/m/Delta.mp3")}));
     EXPECT_EQ(c.GetTitles().GetAt(0), QStringLiteral("A - Bravo"));
-}
 
-TEST(Playlist, DeleteKeyRemovesTheEntryFromBothArrays)
-{
-    PlayerFixture f;
-    f.Add({QStringLiteral("tone-44k-stereo.mp3"), QStringLiteral("chord-44k-stereo.flac"),
-           QStringLiteral("melody-44k-stereo.m4a")});
-    f.ctrl->setCurrentRow(1);
-    QTest::keyClick(f.ctrl, Qt::Key_Delete);
-    EXPECT_EQ(f.ctrl->count(), 2);
-    EXPECT_EQ(f.ctrl->GetFiles().GetSize(), 2);
-    EXPECT_EQ(f.ctrl->GetFiles().GetAt(1), FixturePath(QStringLiteral("melody-44k-stereo.m4a")));
-    EXPECT_EQ(f.ctrl->item(1)->text(), QStringLiteral("2. Artist - melody-44k-stereo.m4a"));
+    c.setCurrentRow(1);
+    QTest::keyClick(&c, Qt::Key_Delete);
+    EXPECT_EQ(Items(c), (QStringList{QStringLiteral("1. A - Bravo"), QStringLiteral("2. A - Alpha"),
+                                     QStringLiteral("3. A - Delta")}));
+    EXPECT_EQ(ArrayItems(c.GetFiles()),
+              (QStringList{QStringLiteral("/m/Bravo.mp3"), QStringLiteral("/m/Alpha.mp3"), QStringLiteral("/m/Delta.mp3")}));
+    EXPECT_EQ(ArrayItems(c.GetTitles()),
+              (QStringList{QStringLiteral("A - Bravo"), QStringLiteral("A - Alpha"), QStringLiteral("A - Delta")}));
 }
 
 TEST(Playlist, RearrangeListItemsStoresTheItemTextInsteadOfExchanging)
@@ -196,15 +189,7 @@ TEST(Playlist, RearrangeListItemsStoresTheItemTextInsteadOfExchanging)
     EXPECT_EQ(ArrayItems(c.GetFiles()), (QStringList{QStringLiteral("/m/x/Alpha"), QStringLiteral("Alpha")}));
 }
 
-TEST(Playlist, PlayingNamesAndOutOfRangeIndex)
-{
-    PlayerFixture f;
-    EXPECT_EQ(f.ctrl->GetPlayingSongName(), QString()) << "empty while stopped";
-    f.ctrl->m_nCurrentIndex = 3;
-    EXPECT_THROW(f.ctrl->GetPlayingFileName(), CInvalidArgException);
-}
-
-TEST(Playlist, SongTitleFormats)
+TEST(Playlist, SongTitlesAndPlayingNames)
 {
     PlayerFixture f;
     CMp3Song song = SongFor(QStringLiteral("/m/the song.mp3"), QStringLiteral("THE BAND"), QStringLiteral("a song"));
@@ -213,6 +198,9 @@ TEST(Playlist, SongTitleFormats)
     EXPECT_EQ(f.ctrl->SetPlayerSongTitle(song, 0, 1), QStringLiteral("The Band\r\nA Song"));
     song.m_strTagArtist.clear();
     EXPECT_EQ(f.ctrl->SetPlayerSongTitle(song, 0, 1), QStringLiteral("The Song"));
+    EXPECT_EQ(f.ctrl->GetPlayingSongName(), QString()) << "empty while stopped";
+    f.ctrl->m_nCurrentIndex = 3;
+    EXPECT_THROW(f.ctrl->GetPlayingFileName(), CInvalidArgException) << "an index past the list";
 }
 
 // A row the list's width cuts off shows its whole text as a tool tip; a row that fits shows none.
