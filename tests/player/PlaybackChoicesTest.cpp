@@ -42,56 +42,39 @@ TEST(PlaybackChoices, RememberedOnlyWhenTheHostAsks)
     EXPECT_EQ(remembering.GetOutputDevice(), QStringLiteral("pulse"));
 }
 
-struct FailureRow
-{
-    const char* name;
-    int recoverySeconds;
-    bool reported;
-};
-
-void PrintTo(const FailureRow& row, std::ostream* out)
-{
-    *out << row.name;
-}
-
-class DeviceFailure : public ::testing::TestWithParam<FailureRow>
-{};
-
 // The device dies mid-song. Either way the control goes on as for an ended song; with recovery on
 // it also says why, once, through Error and deviceStopped.
-TEST_P(DeviceFailure, EndsTheSongAndIsReportedOnlyWithRecovery)
+TEST(PlaybackChoices, ADeviceFailureEndsTheSongAndIsReportedOnlyWithRecovery)
 {
-    const FailureRow& row = GetParam();
-    PlayerFixture fixture;
-    WaveMapperOptions options = GetWaveMapper();
-    options.null.nDieAfterBlocks = 40;
-    SetWaveMapper(options);
-    CMediaPlayerCtrl* ctrl = fixture.ctrl;
-    ctrl->SetDeviceRecovery(row.recoverySeconds);
-    fixture.Add({QStringLiteral("tone-44k-stereo.mp3"), QStringLiteral("chord-44k-stereo.flac")});
-    QStringList stopped;
-    int started = 0;
-    QObject::connect(ctrl, &CMediaPlayerCtrl::deviceStopped, [&](const QString& text) { stopped.append(text); });
-    QObject::connect(ctrl, &CMediaPlayerCtrl::songStarted, [&] { ++started; });
+    for (const int recoverySeconds : {0, 5}) {
+        SCOPED_TRACE(recoverySeconds ? "recovery on" : "recovery off");
+        PlayerFixture fixture;
+        WaveMapperOptions options = GetWaveMapper();
+        options.null.nDieAfterBlocks = 40;
+        SetWaveMapper(options);
+        CMediaPlayerCtrl* ctrl = fixture.ctrl;
+        ctrl->SetDeviceRecovery(recoverySeconds);
+        fixture.Add({QStringLiteral("tone-44k-stereo.mp3"), QStringLiteral("chord-44k-stereo.flac")});
+        QStringList stopped;
+        int started = 0;
+        QObject::connect(ctrl, &CMediaPlayerCtrl::deviceStopped, [&](const QString& text) { stopped.append(text); });
+        QObject::connect(ctrl, &CMediaPlayerCtrl::songStarted, [&] { ++started; });
 
-    ASSERT_EQ(ctrl->PlayStart(FixturePath(QStringLiteral("tone-44k-stereo.mp3")).toUtf8().constData()), 1);
-    ASSERT_TRUE(fixture.EngineFinished());
-    ctrl->OnTimer(291); // re-enables the progress updates
-    ctrl->OnTimer(291); // sees the ended song
-    EXPECT_EQ(started, 2) << "the next song started";
-    if (row.reported) {
-        ASSERT_FALSE(stopped.isEmpty());
-        for (const QString& text : stopped)
-            EXPECT_TRUE(text.startsWith(QStringLiteral("The sound device stopped: "))) << text.toStdString();
-        EXPECT_TRUE(ctrl->m_strWork.contains(stopped[0]));
-    } else {
-        EXPECT_TRUE(stopped.isEmpty());
-        EXPECT_FALSE(ctrl->m_strWork.contains(QStringLiteral("sound device")));
+        ASSERT_EQ(ctrl->PlayStart(FixturePath(QStringLiteral("tone-44k-stereo.mp3")).toUtf8().constData()), 1);
+        ASSERT_TRUE(fixture.EngineFinished());
+        ctrl->OnTimer(291); // re-enables the progress updates
+        ctrl->OnTimer(291); // sees the ended song
+        EXPECT_EQ(started, 2) << "the next song started";
+        if (recoverySeconds) {
+            ASSERT_FALSE(stopped.isEmpty());
+            for (const QString& text : stopped)
+                EXPECT_TRUE(text.startsWith(QStringLiteral("The sound device stopped: "))) << text.toStdString();
+            EXPECT_TRUE(ctrl->m_strWork.contains(stopped[0]));
+        } else {
+            EXPECT_TRUE(stopped.isEmpty());
+            EXPECT_FALSE(ctrl->m_strWork.contains(QStringLiteral("sound device")));
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, DeviceFailure,
-                         ::testing::Values(FailureRow{"RecoveryOff", 0, false}, FailureRow{"RecoveryOn", 5, true}),
-                         [](const ::testing::TestParamInfo<FailureRow>& info) { return std::string(info.param.name); });
 
 } // namespace
