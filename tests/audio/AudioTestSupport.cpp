@@ -4,22 +4,17 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
-#include <cmath>
-#include <cstring>
 #include <gtest/gtest.h>
 
 #include "support/ProgramRun.h"
-#include "support/TestFolders.h"
 
 namespace tunivox::test {
 
 QByteArray ReferencePcm(const QString& path)
 {
-    const ProgramResult ffmpeg = RunProgram(
-        QStringLiteral("ffmpeg"), {QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
-                                   QStringLiteral("-i"), path, QStringLiteral("-f"), QStringLiteral("s16le"),
-                                   QStringLiteral("-ar"), QStringLiteral("44100"), QStringLiteral("-ac"),
-                                   QStringLiteral("2"), QStringLiteral("-")});
+    const QStringList arguments = QStringList{QStringLiteral("-nostdin"), QStringLiteral("-i"), path} +
+                                  QStringLiteral("-v error -f s16le -ar 44100 -ac 2 -").split(u' ');
+    const ProgramResult ffmpeg = RunProgram(QStringLiteral("ffmpeg"), arguments);
     return ffmpeg.bFinished && ffmpeg.nExitCode == 0 ? ffmpeg.output : QByteArray();
 }
 
@@ -77,33 +72,18 @@ void InitAndOpen(CAudioPlayer& player, const QString& path)
     ASSERT_EQ(player.Open(path.toUtf8().constData()), S_OK) << player.m_szError << " " << path.toStdString();
 }
 
-QByteArray PlayToEnd(CAudioPlayer& player, const ScopedNullDevice& device, QWORD start)
+NullDevicePlayer::NullDevicePlayer(const QString& path, double speed, DWORD handBackMs) : ScopedNullDevice(speed)
 {
-    device.Capture()->Clear();
-    EXPECT_EQ(player.Play(start), S_OK) << player.m_szError;
-    EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 30000));
-    return device.Captured();
+    SetHandBackInterval(handBackMs);
+    InitAndOpen(*this, path);
 }
 
-MatchResult BestMatch(const QByteArray& haystack, long long expectedFrame, long long rangeFrames,
-                      const QByteArray& needle)
+QByteArray NullDevicePlayer::PlayToEnd(QWORD start)
 {
-    MatchResult best{expectedFrame, 1e18};
-    const auto* h = reinterpret_cast<const qint16*>(haystack.constData());
-    const auto* n = reinterpret_cast<const qint16*>(needle.constData());
-    const long long needleSamples = needle.size() / 2;
-    const long long haySamples = haystack.size() / 2;
-    for (long long frame = expectedFrame - rangeFrames; frame <= expectedFrame + rangeFrames; ++frame) {
-        if (frame < 0 || frame * 2 + needleSamples > haySamples)
-            continue;
-        double sum = 0;
-        for (long long i = 0; i < needleSamples; ++i)
-            sum += std::abs(h[frame * 2 + i] - n[i]);
-        const double mean = sum / static_cast<double>(needleSamples);
-        if (mean < best.dMeanDifference)
-            best = {frame, mean};
-    }
-    return best;
+    Capture()->Clear();
+    EXPECT_EQ(Play(start), S_OK) << m_szError;
+    EXPECT_TRUE(WaitUntil([this] { return !m_bPlaying; }, 30000));
+    return Captured();
 }
 
 } // namespace tunivox::test

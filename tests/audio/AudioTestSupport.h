@@ -42,17 +42,14 @@ QList<int> ThreadIdsNamed(const QString& name);
 // Init + Open of `path` on the engine; fails the calling test on error.
 void InitAndOpen(CAudioPlayer& player, const QString& path);
 
-// Plays the open file from `start` until the thread ends by itself; returns what the device got.
-QByteArray PlayToEnd(CAudioPlayer& player, const ScopedNullDevice& device, QWORD start = 0);
-
-// Offset (in frames, within +-range of `expected`) where `needle` best matches `haystack`, and the
-// mean absolute sample difference there.
-struct MatchResult
+// The engine with `path` open on a null device of the given speed (0: untimed). The device is the
+// first base, so the player is gone before the wave mapper is restored.
+class NullDevicePlayer : public ScopedNullDevice, public CAudioPlayer
 {
-    long long nOffsetFrames = 0;
-    double dMeanDifference = 0;
+public:
+    explicit NullDevicePlayer(const QString& path, double speed = 0.0, DWORD handBackMs = 0);
+    // Plays from `start` until the thread ends by itself; returns what the device got.
+    QByteArray PlayToEnd(QWORD start = 0);
 };
-MatchResult BestMatch(const QByteArray& haystack, long long expectedFrame, long long rangeFrames,
-                      const QByteArray& needle);
 
 } // namespace tunivox::test

@@ -39,15 +39,11 @@ const char* const kHostileNames[] = {
 
 TEST(MsvcRand, ReproducesTheClassicSequence)
 {
-    MsvcSrand(1);
-    const int expected[] = {41, 18467, 6334, 26500, 19169, 15724};
-    for (int value : expected)
+    MsvcSrand(1700000000u);
+    EXPECT_LE(MsvcRand(), MSVC_RAND_MAX);
+    MsvcSrand(1); // a new seed starts the sequence over
+    for (int value : {41, 18467, 6334, 26500, 19169, 15724})
         EXPECT_EQ(MsvcRand(), value);
-    MsvcSrand(1700000000u);
-    const int first = MsvcRand();
-    MsvcSrand(1700000000u);
-    EXPECT_EQ(MsvcRand(), first);
-    EXPECT_LE(first, MSVC_RAND_MAX);
 }
 
 TEST(ProcessRunner, ReportsWhetherTheProgramStarted)
@@ -60,8 +56,9 @@ TEST(ProcessRunner, ReportsWhetherTheProgramStarted)
     EXPECT_EQ(WaitForProgram(pid), 7);
 }
 
-// A stand-in converter: records its arguments (NUL-separated) and writes a playable copy to the last.
-class FakeConverter
+// A stand-in converter in a folder of its own: records its arguments (NUL-separated) and writes a
+// playable copy to the last.
+class FakeConverter : public ScopedTempFolder
 {
 public:
     explicit FakeConverter(const char* copyFrom)
@@ -69,25 +66,19 @@ public:
         const QString script = QStringLiteral("#!/bin/sh\nprintf '%s\\0' \"$@\" > '") + ArgumentsFile() +
                                QStringLiteral("'\nfor a; do last=$a; done\ncp '") + FixturePath(copyFrom) +
                                QStringLiteral("' \"$last\"\n");
-        const QString path = m_bin.WriteFile(QStringLiteral("ffmpeg"), script.toUtf8());
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFile::setPermissions(WriteFile(QStringLiteral("ffmpeg"), script.toUtf8()),
+                              QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
-    QString Folder() const { return m_bin.Path(); }
-    QString ArgumentsFile() const { return m_bin.FilePath(QStringLiteral("args.bin")); }
+    QString ArgumentsFile() const { return FilePath(QStringLiteral("args.bin")); }
     QStringList Arguments() const
     {
         QFile file(ArgumentsFile());
         if (!file.open(QIODevice::ReadOnly))
             return {};
-        QStringList words;
-        for (const QByteArray& word : file.readAll().split('\0'))
-            words << QString::fromUtf8(word);
-        words.removeLast();
+        QStringList words = QString::fromUtf8(file.readAll()).split(QChar(0));
+        words.removeLast(); // what follows the last NUL
         return words;
     }
-
-private:
-    ScopedTempFolder m_bin;
 };
 
 TEST(ConversionFallback, RefusedFilesAreConvertedAndOpened)
@@ -96,24 +87,24 @@ TEST(ConversionFallback, RefusedFilesAreConvertedAndOpened)
     ScopedTempFolder work;
     ScopedTempFolder temp;
     for (const char* name : kHostileNames) {
+        SCOPED_TRACE(name);
         const QString input = work.FilePath(QString::fromUtf8(name));
-        ASSERT_TRUE(QFile::copy(FixturePath("not-audio.mp3"), input)) << name;
+        ASSERT_TRUE(QFile::copy(FixturePath("not-audio.mp3"), input));
         QFile::remove(converter.ArgumentsFile());
         CAudioPlayer player;
         ASSERT_EQ(player.Init(), S_OK);
-        player.SetPaths(converter.Folder(), temp.Path());
-        EXPECT_EQ(player.Open(input.toUtf8().constData()), S_OK) << name << " " << player.m_szError;
-        EXPECT_TRUE(player.m_bOpened) << name;
-        EXPECT_EQ(player.GetDurationSeconds(), 3u) << name;
+        player.SetPaths(converter.Path(), temp.Path());
+        EXPECT_EQ(player.Open(input.toUtf8().constData()), S_OK) << player.m_szError;
+        EXPECT_TRUE(player.m_bOpened);
+        EXPECT_EQ(player.GetDurationSeconds(), 3u);
 
+        // -i, the name as given, and a numbered temporary file to convert into.
         const QStringList arguments = converter.Arguments();
-        ASSERT_EQ(arguments.size(), 3) << name;
-        EXPECT_EQ(arguments[0], QStringLiteral("-i"));
-        EXPECT_EQ(arguments[1], input) << name;
-        const QString output = arguments[2];
-        EXPECT_TRUE(output.startsWith(temp.Path() + QStringLiteral("_tempPlayerWma"))) << output.toStdString();
-        EXPECT_TRUE(output.endsWith(QStringLiteral(".wma")));
-        const int number = output.mid(temp.Path().size() + 14).chopped(4).toInt();
+        ASSERT_EQ(arguments.size(), 3);
+        const int number = arguments[2].mid(temp.Path().size() + 14).chopped(4).toInt();
+        EXPECT_EQ(arguments, (QStringList{QStringLiteral("-i"), input,
+                                          temp.Path() + QStringLiteral("_tempPlayerWma%1.wma").arg(number)}))
+            << arguments.join(u'|').toStdString();
         EXPECT_GE(number, 1);
         EXPECT_LE(number, 10000);
         QFile::remove(input);
@@ -123,33 +114,41 @@ TEST(ConversionFallback, RefusedFilesAreConvertedAndOpened)
     EXPECT_FALSE(QFile::exists(work.FilePath(QStringLiteral("PWNED"))));
 }
 
-TEST(ConversionFallback, MissingFoldersStartNothing)
+// Whatever cannot be opened fails with nothing open. The converter runs only when both folders are
+// known; when there is none, or it cannot convert, the second open fails without a text.
+TEST(ConversionFallback, UnplayableFilesFailCleanly)
 {
     FakeConverter converter("chord-44k-stereo.wma");
+    ScopedTempFolder folder;
     ScopedTempFolder temp;
-    struct Case { QString app, temp; };
-    for (const Case& c : {Case{converter.Folder(), QString()}, Case{QString(), temp.Path()}}) {
+    ASSERT_TRUE(QFile::link(QStringLiteral("/usr/bin/ffmpeg"), folder.FilePath(QStringLiteral("ffmpeg"))));
+    const QString noConverter = folder.Path() + QStringLiteral("nobin/");
+    const QByteArray missing = folder.FilePath("missing.mp3").toUtf8();
+    const QByteArray badName = folder.Path().toUtf8() + "bad\xff\xfename.mp3";
+    const QByteArray text = FixturePath("not-audio.mp3").toUtf8();
+    const char* const notOpened = "Could not open the specified file.";
+    struct Case { const char* name; QByteArray path; QString app, temp; const char* error; };
+    for (const Case& c :
+         {Case{"missing", missing, {}, {}, notOpened}, Case{"text", text, {}, {}, notOpened},
+          Case{"empty", FixturePath("empty.mp3").toUtf8(), {}, {}, notOpened},
+          Case{"unconvertible name", badName, {}, {}, notOpened},
+          Case{"missing, no converter", missing, noConverter, temp.Path(), ""},
+          Case{"unconvertible name, folders", badName, noConverter, temp.Path(),
+               "Could not convert file name to unicode."},
+          Case{"text, no temporary folder", text, converter.Path(), {}, notOpened},
+          Case{"text, no converter folder", text, {}, temp.Path(), notOpened},
+          Case{"text, real converter", text, folder.Path(), temp.Path(), ""}}) {
+        SCOPED_TRACE(c.name);
         CAudioPlayer player;
         ASSERT_EQ(player.Init(), S_OK);
         player.SetPaths(c.app, c.temp);
-        EXPECT_LT(player.Open(FixturePath("not-audio.mp3").toUtf8().constData()), 0);
-        EXPECT_STREQ(player.m_szError, "Could not open the specified file.");
+        EXPECT_LT(player.Open(c.path.constData()), 0);
+        EXPECT_STREQ(player.m_szError, c.error);
+        EXPECT_FALSE(player.m_bOpened);
+        EXPECT_EQ(player.Play(0), E_UNEXPECTED);
         EXPECT_FALSE(QFile::exists(converter.ArgumentsFile()));
+        EXPECT_TRUE(QDir(temp.Path()).entryList(QDir::Files).isEmpty());
     }
-}
-
-TEST(ConversionFallback, AFailedRealConversionIsReportedByTheSecondOpen)
-{
-    ScopedTempFolder bin;
-    ScopedTempFolder temp;
-    ASSERT_TRUE(QFile::link(QStringLiteral("/usr/bin/ffmpeg"), bin.FilePath(QStringLiteral("ffmpeg"))));
-    CAudioPlayer player;
-    ASSERT_EQ(player.Init(), S_OK);
-    player.SetPaths(bin.Path(), temp.Path());
-    EXPECT_LT(player.Open(FixturePath("not-audio.mp3").toUtf8().constData()), 0);
-    EXPECT_STREQ(player.m_szError, "");
-    EXPECT_FALSE(player.m_bOpened);
-    EXPECT_TRUE(QDir(temp.Path()).entryList(QDir::Files).isEmpty());
 }
 
 } // namespace

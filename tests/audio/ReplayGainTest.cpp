@@ -47,13 +47,6 @@ TagLib::String Db(double db)
     return text;
 }
 
-TagLib::String Peak(double peak)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.6f", peak);
-    return text;
-}
-
 void AddId3v2Text(TagLib::ID3v2::Tag* tag, const char* key, const TagLib::String& value)
 {
     tag->addFrame(new TagLib::ID3v2::UserTextIdentificationFrame(key, TagLib::StringList(value)));
@@ -85,28 +78,25 @@ bool Tag(const QString& path, const GainRow& row)
             AddId3v2Text(tag, "REPLAYGAIN_TRACK_GAIN", Db(row.trackDb));
             AddId3v2Text(tag, "replaygain_album_gain", Db(row.albumDb));
             if (row.trackPeak > 0)
-                AddId3v2Text(tag, "REPLAYGAIN_TRACK_PEAK", Peak(row.trackPeak));
+                AddId3v2Text(tag, "REPLAYGAIN_TRACK_PEAK", std::to_string(row.trackPeak));
         }
         return file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripNone, TagLib::ID3v2::v4);
     }
     case Tagging::Xiph: {
-        const bool flac = path.endsWith(QLatin1String(".flac"));
-        std::unique_ptr<TagLib::File> file;
-        TagLib::Ogg::XiphComment* comment;
-        if (flac) {
-            auto* f = new TagLib::FLAC::File(name.constData());
-            file.reset(f);
-            comment = f->xiphComment(true);
-        } else {
-            auto* f = new TagLib::Ogg::Vorbis::File(name.constData());
-            file.reset(f);
-            comment = f->tag();
+        const auto add = [&row](TagLib::Ogg::XiphComment* comment) {
+            comment->addField("REPLAYGAIN_TRACK_GAIN", Db(row.trackDb));
+            comment->addField("REPLAYGAIN_ALBUM_GAIN", Db(row.albumDb));
+            if (row.trackPeak > 0)
+                comment->addField("REPLAYGAIN_TRACK_PEAK", std::to_string(row.trackPeak));
+        };
+        if (path.endsWith(QLatin1String(".flac"))) {
+            TagLib::FLAC::File file(name.constData());
+            add(file.xiphComment(true));
+            return file.save();
         }
-        comment->addField("REPLAYGAIN_TRACK_GAIN", Db(row.trackDb));
-        comment->addField("REPLAYGAIN_ALBUM_GAIN", Db(row.albumDb));
-        if (row.trackPeak > 0)
-            comment->addField("REPLAYGAIN_TRACK_PEAK", Peak(row.trackPeak));
-        return file->save();
+        TagLib::Ogg::Vorbis::File file(name.constData());
+        add(file.tag());
+        return file.save();
     }
     case Tagging::OpusR128: {
         TagLib::Ogg::Opus::File file(name.constData());
@@ -131,20 +121,20 @@ bool Tag(const QString& path, const GainRow& row)
     return false;
 }
 
-QByteArray Play(const QString& path, const ReplayGainOptions& options, ReplayGainApplied* applied)
+// The largest distance of `gained` from `plain` scaled by `factor` and clipped as a sample is, over
+// `samples` samples from sample `from` (all when negative), and the sample where it is.
+std::pair<double, qsizetype> WorstDifference(const QByteArray& plain, const QByteArray& gained, double factor,
+                                             qsizetype from = 0, qsizetype samples = -1)
 {
-    ScopedNullDevice device;
-    CAudioPlayer player;
-    InitAndOpen(player, path);
-    player.SetReplayGain(options);
-    if (applied)
-        *applied = player.GetReplayGainApplied();
-    return PlayToEnd(player, device);
-}
-
-ReplayGainOptions Mode(ReplayGainMode mode, double preamp = 0, bool prevent = true, double fallback = 0)
-{
-    return ReplayGainOptions{mode, preamp, prevent, fallback};
+    const auto* a = reinterpret_cast<const qint16*>(plain.constData());
+    const auto* b = reinterpret_cast<const qint16*>(gained.constData());
+    std::pair<double, qsizetype> worst{0, from};
+    for (qsizetype i = from; i < (samples < 0 ? plain.size() / 2 : from + samples); ++i) {
+        const double difference = std::abs(b[i] - std::clamp(std::round(a[i] * factor), -32768.0, 32767.0));
+        if (difference > worst.first)
+            worst = {difference, i};
+    }
+    return worst;
 }
 
 class ReplayGainPcm : public ::testing::TestWithParam<GainRow>
@@ -159,26 +149,16 @@ TEST_P(ReplayGainPcm, CapturedPcmIsTheDecodeScaledByTheGain)
     ASSERT_TRUE(QFile::copy(FixturePath(QString::fromLatin1(row.fixture)), path));
     ASSERT_TRUE(Tag(path, row));
 
-    const QByteArray plain = Play(path, Mode(ReplayGainMode::Off), nullptr);
-    ReplayGainApplied applied;
-    const QByteArray gained = Play(path, row.options, &applied);
+    const QByteArray plain = NullDevicePlayer(path).PlayToEnd(); // off unless asked for
+    NullDevicePlayer player(path);
+    player.SetReplayGain(row.options);
+    EXPECT_NEAR(player.GetReplayGainApplied().dGainDb, row.expectedDb, 0.01);
+    const QByteArray gained = player.PlayToEnd();
     ASSERT_GT(plain.size(), 44100);
     ASSERT_EQ(gained.size(), plain.size());
-    EXPECT_NEAR(applied.dGainDb, row.expectedDb, 0.01);
 
-    const double factor = std::pow(10.0, row.expectedDb / 20.0);
-    const auto* a = reinterpret_cast<const qint16*>(plain.constData());
-    const auto* b = reinterpret_cast<const qint16*>(gained.constData());
-    double worst = 0;
-    qsizetype worstAt = 0;
-    for (qsizetype i = 0; i < plain.size() / 2; ++i) {
-        const double expected = std::clamp(std::round(a[i] * factor), -32768.0, 32767.0);
-        if (std::abs(b[i] - expected) > worst) {
-            worst = std::abs(b[i] - expected);
-            worstAt = i;
-        }
-    }
-    EXPECT_LE(worst, 1.0) << "sample " << worstAt << ": " << a[worstAt] << " became " << b[worstAt];
+    const auto [worst, at] = WorstDifference(plain, gained, std::pow(10.0, row.expectedDb / 20.0));
+    EXPECT_LE(worst, 1.0) << "at sample " << at;
 }
 
 constexpr double kPeak = 0.8; // above each fixture's real peak, so the limited gain never clips
@@ -186,35 +166,24 @@ constexpr double kPeak = 0.8; // above each fixture's real peak, so the limited 
 INSTANTIATE_TEST_SUITE_P(
     Containers, ReplayGainPcm,
     ::testing::Values(
-        GainRow{"Mp3Id3v2TextTrack", "tone-44k-stereo.mp3", Tagging::Id3v2Text, -6, -3, 0, Mode(ReplayGainMode::Track), -6},
-        GainRow{"Mp3Id3v2TextAlbum", "tone-44k-stereo.mp3", Tagging::Id3v2Text, -6, -3, 0, Mode(ReplayGainMode::Album), -3},
-        GainRow{"Mp3Rva2Track", "tone-44k-stereo.mp3", Tagging::Id3v2Rva2, -4.5, -2, 0, Mode(ReplayGainMode::Track), -4.5},
-        GainRow{"FlacVorbisCommentAlbum", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, Mode(ReplayGainMode::Album), -8},
-        GainRow{"OggVorbisCommentTrack", "melody-44k-stereo.ogg", Tagging::Xiph, -7, -3, 0, Mode(ReplayGainMode::Track), -7},
-        GainRow{"OpusR128Track", "tone-48k-stereo.opus", Tagging::OpusR128, -6, -2, 0, Mode(ReplayGainMode::Track), -6},
-        GainRow{"Mp4FreeformTrack", "melody-44k-stereo.m4a", Tagging::Mp4Freeform, -5, -1, 0, Mode(ReplayGainMode::Track), -5},
-        GainRow{"AsfAttributeAlbum", "chord-44k-stereo.wma", Tagging::Asf, -6, -9, 0, Mode(ReplayGainMode::Album), -9},
-        GainRow{"PreampAdds", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, Mode(ReplayGainMode::Track, 2.5), -3.5},
+        GainRow{"Mp3Id3v2TextTrack", "tone-44k-stereo.mp3", Tagging::Id3v2Text, -6, -3, 0, {ReplayGainMode::Track}, -6},
+        GainRow{"Mp3Id3v2TextAlbum", "tone-44k-stereo.mp3", Tagging::Id3v2Text, -6, -3, 0, {ReplayGainMode::Album}, -3},
+        GainRow{"Mp3Rva2Track", "tone-44k-stereo.mp3", Tagging::Id3v2Rva2, -4.5, -2, 0, {ReplayGainMode::Track}, -4.5},
+        GainRow{"FlacVorbisCommentAlbum", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, {ReplayGainMode::Album}, -8},
+        GainRow{"OggVorbisCommentTrack", "melody-44k-stereo.ogg", Tagging::Xiph, -7, -3, 0, {ReplayGainMode::Track}, -7},
+        GainRow{"OpusR128Track", "tone-48k-stereo.opus", Tagging::OpusR128, -6, -2, 0, {ReplayGainMode::Track}, -6},
+        GainRow{"Mp4FreeformTrack", "melody-44k-stereo.m4a", Tagging::Mp4Freeform, -5, -1, 0, {ReplayGainMode::Track}, -5},
+        GainRow{"AsfAttributeAlbum", "chord-44k-stereo.wma", Tagging::Asf, -6, -9, 0, {ReplayGainMode::Album}, -9},
+        GainRow{"PreampAdds", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, {ReplayGainMode::Track, 2.5}, -3.5},
         GainRow{"NoValuesPlaysAtFallback", "chord-44k-stereo.flac", Tagging::None, 0, 0, 0,
-                Mode(ReplayGainMode::Track, 3, true, -5), -5},
-        GainRow{"BoostLimitedByPeak", "chord-44k-stereo.flac", Tagging::Xiph, 10, 10, kPeak, Mode(ReplayGainMode::Track),
+                {ReplayGainMode::Track, 3, true, -5}, -5},
+        GainRow{"BoostLimitedByPeak", "chord-44k-stereo.flac", Tagging::Xiph, 10, 10, kPeak, {ReplayGainMode::Track},
                 -20 * std::log10(kPeak)},
-        GainRow{"BoostWithoutPeakIsNotAllowed", "chord-44k-stereo.flac", Tagging::Xiph, 10, 10, 0,
-                Mode(ReplayGainMode::Track), 0},
+        GainRow{"BoostWithoutPeakIsNotAllowed", "chord-44k-stereo.flac", Tagging::Xiph, 10, 10, 0, {ReplayGainMode::Track}, 0},
         GainRow{"NoPreventionSaturates", "chord-44k-stereo.flac", Tagging::Xiph, 10, 10, kPeak,
-                Mode(ReplayGainMode::Track, 0, false), 10},
-        GainRow{"OffPlaysUntouched", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, Mode(ReplayGainMode::Off), 0}),
+                {ReplayGainMode::Track, 0, false}, 10},
+        GainRow{"OffPlaysUntouched", "chord-44k-stereo.flac", Tagging::Xiph, -6, -8, 0, {ReplayGainMode::Off}, 0}),
     [](const ::testing::TestParamInfo<GainRow>& info) { return std::string(info.param.name); });
-
-int WorstDifference(const QByteArray& reference, const QByteArray& captured, qsizetype from, double factor)
-{
-    const auto* a = reinterpret_cast<const qint16*>(reference.constData() + from);
-    const auto* b = reinterpret_cast<const qint16*>(captured.constData() + from);
-    double worst = 0;
-    for (int i = 0; i < kBlockBytes / 2; ++i)
-        worst = std::max(worst, std::abs(b[i] - std::round(a[i] * factor)));
-    return static_cast<int>(worst);
-}
 
 // A gain change reaches the playing song: blocks queued before it keep the old gain, the later
 // ones carry the new one.
@@ -225,19 +194,19 @@ TEST(ReplayGain, ChangeWhilePlayingReachesTheSong)
     ASSERT_TRUE(QFile::copy(FixturePath(QStringLiteral("chord-44k-stereo.flac")), path));
     ASSERT_TRUE(Tag(path, GainRow{"", "", Tagging::Xiph, -12, -12, 0, {}, 0}));
     const QByteArray reference = ReferencePcm(path);
-    ScopedNullDevice device(4.0);
-    CAudioPlayer player;
-    InitAndOpen(player, path);
+    NullDevicePlayer player(path, 4.0);
     ASSERT_EQ(player.Play(0), S_OK);
     ASSERT_TRUE(WaitUntil([&] { return player.GetCurrentTime() > 2000000; }, 5000));
-    player.SetReplayGain(Mode(ReplayGainMode::Track));
+    player.SetReplayGain({ReplayGainMode::Track});
     EXPECT_NEAR(player.GetReplayGainApplied().dGainDb, -12, 0.01);
     ASSERT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 10000));
-    const QByteArray captured = device.Captured();
+    const QByteArray captured = player.Captured();
     ASSERT_GT(captured.size(), 4 * kBlockBytes);
     ASSERT_GE(reference.size(), captured.size());
-    EXPECT_EQ(WorstDifference(reference, captured, 0, 1.0), 0) << "the start played untouched";
-    EXPECT_LE(WorstDifference(reference, captured, captured.size() - kBlockBytes, std::pow(10.0, -12 / 20.0)), 1)
+    constexpr int kBlockSamples = kBlockBytes / 2;
+    EXPECT_EQ(WorstDifference(reference, captured, 1.0, 0, kBlockSamples).first, 0) << "the start played untouched";
+    EXPECT_LE(WorstDifference(reference, captured, std::pow(10.0, -12 / 20.0), captured.size() / 2 - kBlockSamples,
+                              kBlockSamples).first, 1)
         << "the end is 12 dB down";
 }
 
