@@ -8,15 +8,14 @@
 void SetCurrentThreadTimeCritical()
 {
     // With PRIO_PROCESS and a thread id, Linux sets the nice value of that one thread.
-    const pid_t tid = gettid();
-    const int current = getpriority(PRIO_PROCESS, static_cast<id_t>(tid));
-    if (setpriority(PRIO_PROCESS, static_cast<id_t>(tid), -20) == 0)
+    const auto tid = static_cast<id_t>(gettid());
+    if (setpriority(PRIO_PROCESS, tid, -20) == 0)
         return;
     rlimit limit{};
     if (getrlimit(RLIMIT_NICE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur <= 40) {
         const int lowest = 20 - static_cast<int>(limit.rlim_cur);
-        if (lowest < current)
-            setpriority(PRIO_PROCESS, static_cast<id_t>(tid), lowest);
+        if (lowest < getpriority(PRIO_PROCESS, tid))
+            setpriority(PRIO_PROCESS, tid, lowest);
     }
 }
 
