@@ -11,6 +11,12 @@
 // threshold buffered (or at a song's tail, once no more blocks come), so a recovered stream never
 // starts on a few milliseconds of sound and runs dry at once.
 //
+// What the device reports is trusted only as far as the clock allows: once everything queued has
+// been written, the delay the device then reports promises when the last frame will have been heard,
+// and when that time (and a little more) has passed, it has been, whatever the device reports since.
+// PipeWire reports a delay that never reaches zero for a stream that ran dry. For the same reason no wait on a device is unbounded: the end of a
+// song lets the device play out what it holds for as long as it says it needs, never longer.
+//
 // The same restart at the first frame not heard moves the sound to another device (SwitchTo), and,
 // when the device was opened with a recovery time, brings it back after it failed (a sound server
 // restarted, a device re-plugged): the device is opened again, backing off, until that time is up;
@@ -21,6 +27,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstring>
 #include <thread>
 
 #include "audio/ThreadPriority.h"
@@ -42,6 +49,13 @@ constexpr unsigned kPeriodMicroseconds = 125000;
 // A stream that has less than the start threshold starts once no block has come for this long:
 // the end of a song, or a song shorter than the buffer.
 constexpr auto kTailWait = 60ms;
+// How much longer than the device said the last frame may take to be heard (its report may run a
+// few milliseconds short), and how much longer the end of a song lets the device play. At the end
+// of a song, silence follows the last frame so that a server that plays whole cycles of its graph
+// (PipeWire: up to 2048 frames) plays out the last, partial one.
+constexpr auto kPlayOutSlack = 150ms;
+constexpr auto kDrainMargin = 30ms;
+constexpr unsigned kEndSilenceMicroseconds = 100000;
 constexpr auto kIdleWait = 100ms;
 constexpr auto kLongestSleep = std::chrono::microseconds(kBufferMicroseconds / 2);
 constexpr auto kMinWait = 2ms;
@@ -347,6 +361,8 @@ private:
                 const std::uint64_t heard = m_nStreamStart + (pending >= written ? 0 : written - pending);
                 m_nHeard = std::max(m_nHeard, heard);
                 m_nHeardMeasured = m_nHeard;
+                if (state == SND_PCM_STATE_RUNNING)
+                    BoundPlayOut(pending);
                 return;
             }
             state = snd_pcm_state(m_pPcm);
@@ -359,6 +375,30 @@ private:
         } else if (state == SND_PCM_STATE_DISCONNECTED) {
             m_nDeviceError = -ENODEV;
         }
+    }
+
+    // Everything queued has been written: the last frame is heard within the delay reported now,
+    // and once that time (and a little more) has passed it has been, whatever the device reports
+    // since. PipeWire's own plugin then reports a delay that rises and falls with each cycle of its
+    // graph; its PulseAudio protocol, resampling, one that stands still. Neither reaches zero.
+    void BoundPlayOut(std::uint64_t pending)
+    {
+        if (m_pWriting || m_nHeard >= m_nWrittenEnd) {
+            m_bPlayOutTimed = false;
+            return;
+        }
+        const Clock::time_point now = Clock::now();
+        if (!m_bPlayOutTimed) {
+            m_bPlayOutTimed = true;
+            m_tPlayedOutBy = now + FramesToDuration(pending) + kPlayOutSlack;
+        } else if (now >= m_tPlayedOutBy) {
+            m_nHeard = m_nWrittenEnd;
+        }
+    }
+
+    Clock::duration FramesToDuration(std::uint64_t frames) const
+    {
+        return std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
     }
 
     // After a system suspend: the stream goes on where it stopped, or is started anew from what
@@ -384,6 +424,7 @@ private:
         else
             m_nHeardMeasured = frame; // a real underrun: everything written was heard
         m_bStreamLost = false;
+        m_bPlayOutTimed = false;
         m_nWrittenEnd = frame;
         m_nStreamStart = frame;
         m_pWriting = nullptr;
@@ -481,6 +522,7 @@ private:
                 return false;
             } else {
                 m_nWrittenEnd += static_cast<std::uint64_t>(written);
+                m_bPlayOutTimed = false;
                 AdvanceWriteCursor(static_cast<std::size_t>(written) * m_nFrameBytes);
                 full = static_cast<std::size_t>(written) * m_nFrameBytes < chunk;
             }
@@ -514,15 +556,22 @@ private:
         RestartStreamAt(m_nHeard);
     }
 
-    void ResetAll(WAVEHDR** handBack)
+    void ResetAll(WAVEHDR** handBack, std::unique_lock<std::mutex>& lock)
     {
         // Every block came back: the engine is at the end of a song. The delay a sound server
-        // reports may run a few milliseconds short, so let the device play out what it holds
-        // rather than cut the song's last sound.
+        // reports may run a few milliseconds short, so let the device play out what it says it
+        // holds, and a little more, rather than cut the song's last sound. Not snd_pcm_drain:
+        // a server may never finish draining a stream that already ran dry.
         if (m_pPcm && m_queue.Empty() && snd_pcm_state(m_pPcm) == SND_PCM_STATE_RUNNING) {
-            snd_pcm_nonblock(m_pPcm, 0);
-            snd_pcm_drain(m_pPcm);
-            snd_pcm_nonblock(m_pPcm, 1);
+            const std::uint64_t silence = WriteEndSilence();
+            snd_pcm_sframes_t delay = 0;
+            if (snd_pcm_delay(m_pPcm, &delay) < 0 || delay < 0)
+                delay = 0;
+            const std::uint64_t sound = static_cast<std::uint64_t>(delay) > silence ? delay - silence : 0;
+            const auto playOut = std::min<Clock::duration>(FramesToDuration(sound),
+                                                           std::chrono::microseconds(kBufferMicroseconds));
+            const Clock::time_point until = Clock::now() + playOut + kDrainMargin;
+            m_wake.wait_until(lock, until, [this] { return m_bClosing; });
         }
         if (m_pPcm) {
             snd_pcm_drop(m_pPcm);
@@ -532,12 +581,25 @@ private:
         m_pWriting = nullptr;
         m_dwWriteOffset = 0;
         m_bStreamLost = false;
+        m_bPlayOutTimed = false;
         m_nQueuedEnd = m_nWrittenEnd = m_nStreamStart = m_nHeard = m_nHeardMeasured = 0;
+    }
+
+    // Writes silence after the last frame; returns the frames written.
+    std::uint64_t WriteEndSilence()
+    {
+        const std::uint64_t wanted =
+            std::min<std::uint64_t>(kScratchBytes / m_nFrameBytes,
+                                    1ull * m_format.nSamplesPerSec * kEndSilenceMicroseconds / 1000000);
+        std::memset(m_scratch, 0, static_cast<std::size_t>(wanted * m_nFrameBytes));
+        const snd_pcm_sframes_t written = snd_pcm_writei(m_pPcm, m_scratch, static_cast<snd_pcm_uframes_t>(wanted));
+        return written > 0 ? static_cast<std::uint64_t>(written) : 0;
     }
 
     void ApplyPause()
     {
         m_bPaused = m_bPauseWanted;
+        m_bPlayOutTimed = false; // the clock of the play-out starts again when the sound does
         if (!m_pPcm)
             return; // reconnecting: the new stream starts prepared, silent until resumed
         const snd_pcm_state_t state = snd_pcm_state(m_pPcm);
@@ -571,7 +633,7 @@ private:
                 acknowledge = true;
                 if (m_bResetWanted) {
                     m_bResetWanted = false;
-                    ResetAll(&handBack);
+                    ResetAll(&handBack, lock);
                 }
                 if (m_bSwitchWanted) {
                     m_bSwitchWanted = false;
@@ -691,6 +753,8 @@ private:
     Clock::time_point m_tLastBlock{};
     Clock::time_point m_tLastHandBack{};
     bool m_bStreamLost = false;        // ALSA dropped its stream: prepare anew at m_nHeard
+    bool m_bPlayOutTimed = false;      // all was written while running: m_tPlayedOutBy holds
+    Clock::time_point m_tPlayedOutBy{}; // by then every frame written has been heard
     bool m_bOpenDone = false;
     MMRESULT m_nOpenResult = MMSYSERR_NOERROR;
     bool m_bPauseWanted = false;

@@ -1,7 +1,9 @@
-// Real audio output: the engine through ALSA into a private PulseAudio null sink, recorded from its
-// monitor and lined up with what was played: every sample present, in order, none repeated. Some
-// cases load every core on purpose, as a host scanning and writing files does while it plays.
-// These run in real time, so there are few.
+// Real audio output: the engine through ALSA into a private sound server's null sink (PulseAudio,
+// and PipeWire through its PulseAudio protocol, as desktops run it), recorded from its
+// monitor and lined up with what was played: every sample present, in order, none repeated, and the
+// song ends when its last sample has been heard. Some cases load every core on purpose, as a host
+// scanning and writing files does while it plays. These run in real time, so there are few.
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
 #include <atomic>
@@ -10,8 +12,9 @@
 #include <vector>
 
 #include "AudioTestSupport.h"
-#include "PulseTestSupport.h"
-#include "support/PulseServer.h"
+#include "support/PulseTestSupport.h"
+#include "support/ProgramRun.h"
+#include "support/SoundServer.h"
 #include "support/TestFolders.h"
 
 using namespace tunivox::test;
@@ -53,27 +56,37 @@ private:
 class PulseAlsa : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_server.Started()) << m_server.ErrorText().toStdString(); }
+    void StartServer(SoundServerKind kind)
+    {
+        m_server.reset(); // first: it gives back the environment it changed
+        m_server = std::make_unique<ScopedSoundServer>(kind);
+        ASSERT_TRUE(m_server->Started()) << SoundServerName(kind) << ": " << m_server->ErrorText().toStdString();
+    }
 
-    ScopedPulseServer m_server;
+    std::unique_ptr<ScopedSoundServer> m_server;
     ScopedTempFolder m_folder;
 };
 
 // The recording itself loses nothing, even with every core busy: aplay's sound comes back whole.
+// On every server.
 TEST_F(PulseAlsa, HarnessHearsAplayWholeUnderLoad)
 {
     const QByteArray pattern = Pattern(3 * kRate);
     const QString wav = m_folder.WriteFile(QStringLiteral("pattern.wav"), Wav(pattern));
-    ScopedCpuLoad load(30);
-    ASSERT_TRUE(m_server.StartCapture());
-    QProcess aplay;
-    aplay.start(QStringLiteral("aplay"), {QStringLiteral("-q"), QStringLiteral("-D"), QStringLiteral("pulse"), wav});
-    ASSERT_TRUE(aplay.waitForFinished(20000));
-    EXPECT_EQ(aplay.exitCode(), 0) << aplay.readAllStandardError().toStdString();
-    QThread::msleep(300);
-    const QList<QByteArray> runs = SoundRuns(m_server.StopCapture());
-    ASSERT_EQ(runs.size(), 1);
-    EXPECT_TRUE(runs[0] == pattern);
+    ScopedCpuLoad load(60);
+    for (SoundServerKind kind : {SoundServerKind::PulseAudio, SoundServerKind::PipeWireAt44k}) {
+        StartServer(kind);
+        SCOPED_TRACE(SoundServerName(kind));
+        ASSERT_TRUE(m_server->StartCapture());
+        QProcess aplay;
+        aplay.start(QStringLiteral("aplay"), {QStringLiteral("-q"), QStringLiteral("-D"), QStringLiteral("pulse"), wav});
+        ASSERT_TRUE(aplay.waitForFinished(20000));
+        EXPECT_EQ(aplay.exitCode(), 0) << aplay.readAllStandardError().toStdString();
+        QThread::msleep(300);
+        const QList<QByteArray> runs = SoundRuns(m_server->StopCapture());
+        ASSERT_EQ(runs.size(), 1);
+        EXPECT_TRUE(runs[0] == pattern);
+    }
 }
 
 enum class Action { None, PauseResume, Seek };
@@ -81,6 +94,7 @@ enum class Action { None, PauseResume, Seek };
 struct DeliveryRow
 {
     const char* name;
+    SoundServerKind server;
     const char* device;
     bool bLoaded;
     Action action;
@@ -93,12 +107,16 @@ void PrintTo(const DeliveryRow& row, std::ostream* out)
 }
 
 class PulseAlsaDelivery : public PulseAlsa, public ::testing::WithParamInterface<DeliveryRow>
-{};
+{
+protected:
+    void SetUp() override { StartServer(GetParam().server); }
+};
 
 // A song through the engine arrives whole: at the start, across a pause and a seek, with the
 // machine idle and loaded. The device reports no underrun and starts one stream per play or seek,
-// and the position it reports at a pause is what the listener has heard, also when the device
-// hands blocks back in bursts.
+// the position it reports at a pause is what the listener has heard, also when the device hands
+// blocks back in bursts, and the song ends once its last sample has been heard, whatever the
+// server makes of the stream running dry.
 TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
 {
     const DeliveryRow& row = GetParam();
@@ -113,7 +131,7 @@ TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
     if (row.bLoaded)
         load = std::make_unique<ScopedCpuLoad>(40);
 
-    ASSERT_TRUE(m_server.StartCapture());
+    ASSERT_TRUE(m_server->StartCapture());
     CAudioPlayer player;
     player.SetHandBackInterval(row.dwHandBackMs);
     InitAndOpen(player, wav);
@@ -140,11 +158,16 @@ TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
             ASSERT_EQ(player.Play(seekTo), S_OK);
         }
     }
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     EXPECT_TRUE(WaitUntil([&] { return sample() && !player.m_bPlaying; }, 20000));
     EXPECT_EQ(player.m_hrThread, NS_E_NO_MORE_SAMPLES);
+    QElapsedTimer stopping;
+    stopping.start();
     EXPECT_EQ(player.Stop(), S_OK);
+    EXPECT_LT(stopping.elapsed(), 1500) << "stopping after the end waits for nothing the server holds";
     QThread::msleep(300);
-    const QList<QByteArray> runs = SoundRuns(m_server.StopCapture());
+    const QList<QByteArray> runs = SoundRuns(m_server->StopCapture());
     SetWaveMapper(previous);
     ASSERT_FALSE(runs.isEmpty()) << "nothing was heard";
 
@@ -190,36 +213,65 @@ TEST_P(PulseAlsaDelivery, EverySampleArrivesInOrderOnce)
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, PulseAlsaDelivery,
-    ::testing::Values(DeliveryRow{"StartIdle", "pulse", false, Action::None},
-                      DeliveryRow{"StartLoadedDefaultDevice", "default", true, Action::None},
-                      DeliveryRow{"PauseResumeLoaded", "pulse", true, Action::PauseResume},
-                      DeliveryRow{"SeekLoaded", "pulse", true, Action::Seek},
-                      DeliveryRow{"PauseResumeInBursts", "pulse", false, Action::PauseResume, 200}),
+    ::testing::Values(DeliveryRow{"PulseAudioStartIdle", SoundServerKind::PulseAudio, "pulse", false, Action::None},
+                      DeliveryRow{"PulseAudioPauseResumeLoaded", SoundServerKind::PulseAudio, "pulse", true, Action::PauseResume},
+                      DeliveryRow{"PulseAudioSeekLoaded", SoundServerKind::PulseAudio, "pulse", true, Action::Seek},
+                      DeliveryRow{"PulseAudioPauseResumeInBursts", SoundServerKind::PulseAudio, "pulse", false, Action::PauseResume, 200},
+                      DeliveryRow{"PipeWireStartLoaded", SoundServerKind::PipeWireAt44k, "pulse", true, Action::None},
+                      DeliveryRow{"PipeWirePauseResumeLoaded", SoundServerKind::PipeWireAt44k, "pulse", true, Action::PauseResume},
+                      DeliveryRow{"PipeWireSeekLoaded", SoundServerKind::PipeWireAt44k, "pulse", true, Action::Seek},
+                      DeliveryRow{"PipeWirePauseResumeInBursts", SoundServerKind::PipeWireAt44k, "pulse", false, Action::PauseResume, 200}),
     [](const ::testing::TestParamInfo<DeliveryRow>& info) { return std::string(info.param.name); });
 
 // A compressed song decodes through the same path: the sink gets exactly ffmpeg's decode.
 TEST_F(PulseAlsa, EngineOutputIsTheFfmpegDecode)
 {
+    StartServer(SoundServerKind::PulseAudio);
     const QString path = FixturePath("chord-44k-stereo.flac");
     const QByteArray reference = ReferencePcm(path);
     const WaveMapperOptions previous = GetWaveMapper();
     WaveMapperOptions options;
     options.strAlsaDevice = "pulse";
     SetWaveMapper(options);
-    ASSERT_TRUE(m_server.StartCapture());
+    ASSERT_TRUE(m_server->StartCapture());
     CAudioPlayer player;
     InitAndOpen(player, path);
     ASSERT_EQ(player.Play(0), S_OK) << player.m_szError;
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 10000));
     EXPECT_EQ(player.Stop(), S_OK);
     QThread::msleep(200);
-    const QByteArray captured = m_server.StopCapture();
+    const QByteArray captured = m_server->StopCapture();
     SetWaveMapper(previous);
 
     const QByteArray expected = reference.left(reference.size() - reference.size() % kBlockBytes);
     const qsizetype start = captured.indexOf(expected.left(4096));
     ASSERT_GE(start, 0);
     EXPECT_TRUE(captured.mid(start, expected.size()) == expected);
+}
+
+// The command-line player ends when the song has been heard, on every server, also where the server
+// resamples (PipeWire at its desktop rate) and never reports the stream played out.
+TEST_F(PulseAlsa, PlayToolEndsWithTheSong)
+{
+    const int seconds = 3;
+    const QString wav = m_folder.WriteFile(QStringLiteral("pattern.wav"), Wav(Pattern(seconds * kRate)));
+    for (SoundServerKind kind : {SoundServerKind::PulseAudio, SoundServerKind::PipeWire}) {
+        SCOPED_TRACE(SoundServerName(kind));
+        StartServer(kind);
+        ASSERT_TRUE(m_server->StartCapture());
+        const QStringList device{QStringLiteral("--alsa-device"), QStringLiteral("pulse")};
+        QElapsedTimer timer;
+        timer.start();
+        const ProgramResult run = RunProgram(QStringLiteral(TUNIVOX_BINARY_DIR "/bin/tunivox-play"), device + QStringList{wav},
+                                             (seconds + 10) * 1000);
+        EXPECT_TRUE(run.bFinished) << "still playing " << timer.elapsed() << " ms after the start";
+        EXPECT_EQ(run.nExitCode, 0) << run.errors.toStdString();
+        EXPECT_LT(timer.elapsed(), (seconds + 3) * 1000);
+        const QList<QByteArray> runs = SoundRuns(m_server->StopCapture(), kRate / 100);
+        ASSERT_EQ(runs.size(), 1) << Describe(runs);
+        // The whole song less its last partial block, give or take the resampler's edges.
+        EXPECT_NEAR(FramesToMs(runs[0].size() / kFrameBytes), 1000.0 * seconds, 15.0);
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Choosing and losing the sound device, for real: the engine plays through ALSA into a private
-// PulseAudio null sink whose monitor is recorded. A switch to another device while playing goes on
+// sound server's null sink (PulseAudio, and PipeWire through its PulseAudio protocol) whose monitor
+// is recorded. A switch to another device while playing goes on
 // where the listener was; a server killed mid-song is waited for and the song goes on where it was
 // heard last, or, when it does not come back, the song ends saying why.
 #include <QElapsedTimer>
@@ -11,8 +12,8 @@
 #include <unistd.h>
 
 #include "AudioTestSupport.h"
-#include "PulseTestSupport.h"
-#include "support/PulseServer.h"
+#include "support/PulseTestSupport.h"
+#include "support/SoundServer.h"
 #include "support/TestFolders.h"
 
 using namespace tunivox::test;
@@ -38,12 +39,14 @@ bool TopNiceGranted()
 class PulseDevice : public ::testing::Test
 {
 protected:
-    void SetUp() override
+    void StartServer(SoundServerKind kind, const char* device)
     {
-        ASSERT_TRUE(m_server.Started()) << m_server.ErrorText().toStdString();
+        m_server.reset(); // first: it gives back the environment it changed
+        m_server = std::make_unique<ScopedSoundServer>(kind);
+        ASSERT_TRUE(m_server->Started()) << SoundServerName(kind) << ": " << m_server->ErrorText().toStdString();
         m_previous = GetWaveMapper();
         WaveMapperOptions options;
-        options.strAlsaDevice = "pulse";
+        options.strAlsaDevice = device;
         SetWaveMapper(options);
         m_pattern = Pattern(kSeconds * kRate);
         m_path = m_folder.WriteFile(QStringLiteral("pattern.wav"), Wav(m_pattern));
@@ -64,16 +67,24 @@ protected:
     }
 
     static constexpr int kSeconds = 7;
-    ScopedPulseServer m_server;
+    std::unique_ptr<ScopedSoundServer> m_server;
     ScopedTempFolder m_folder;
     WaveMapperOptions m_previous;
     QByteArray m_pattern;
     QString m_path;
 };
 
-TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
+class PulseDeviceSwitch : public PulseDevice, public ::testing::WithParamInterface<SoundServerKind>
 {
-    ASSERT_TRUE(m_server.StartCapture());
+protected:
+    void SetUp() override { StartServer(GetParam(), "pulse"); }
+};
+
+// From the server's default sink to the same sink named: another ALSA device, another stream.
+TEST_P(PulseDeviceSwitch, SwitchWhilePlayingGoesOnWhereTheListenerWas)
+{
+    const char* const other = "pulse:nullsink";
+    ASSERT_TRUE(m_server->StartCapture());
     CAudioPlayer player;
     InitAndOpen(player, m_path);
     ASSERT_EQ(player.SetOutputDevice("pulse"), S_OK);
@@ -82,8 +93,8 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     const HWAVEOUT device = player.m_hWaveOut;
     EXPECT_EQ(player.SetOutputDevice("no-such-device"), E_FAIL) << "a device that cannot open is refused";
     EXPECT_EQ(player.GetOutputDevice(), "pulse");
-    ASSERT_EQ(player.SetOutputDevice("default"), S_OK) << player.m_szError;
-    EXPECT_EQ(player.GetOutputDevice(), "default");
+    ASSERT_EQ(player.SetOutputDevice(other), S_OK) << player.m_szError;
+    EXPECT_EQ(player.GetOutputDevice(), other);
     WaveOutStatistics statistics;
     ASSERT_EQ(waveOutGetStatistics(device, &statistics), MMSYSERR_NOERROR);
     EXPECT_EQ(statistics.nSwitches, 1u);
@@ -102,7 +113,7 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 15000));
     EXPECT_EQ(player.m_hrThread, NS_E_NO_MORE_SAMPLES);
     QThread::msleep(300);
-    const QByteArray sound = SoundRuns(m_server.StopCapture()).join();
+    const QByteArray sound = SoundRuns(m_server->StopCapture()).join();
 
     const QByteArray played = PlayedFrom(0);
     const qsizetype before = CommonPrefix(sound, played) / kFrameBytes;
@@ -113,14 +124,22 @@ TEST_F(PulseDevice, SwitchWhilePlayingGoesOnWhereTheListenerWas)
     ASSERT_GE(resumed, 0);
     EXPECT_LE(std::abs(resumed - before), kToleranceFrames)
         << "broke off at " << FramesToMs(before) << " ms, went on at " << FramesToMs(resumed) << " ms";
-    EXPECT_TRUE(after == PlayedFrom(resumed)) << "the rest is whole, once";
+    EXPECT_TRUE(after == PlayedFrom(resumed)) << "the rest is whole, once; first difference at " << FramesToMs(CommonPrefix(after, PlayedFrom(resumed)) / kFrameBytes) << " ms of " << FramesToMs(after.size() / kFrameBytes) << " ms against " << FramesToMs(PlayedFrom(resumed).size() / kFrameBytes);
 }
 
 enum class Restart { Never, AfterASecond };
 
+INSTANTIATE_TEST_SUITE_P(Servers, PulseDeviceSwitch,
+                         ::testing::Values(SoundServerKind::PulseAudio, SoundServerKind::PipeWireAt44k),
+                         [](const ::testing::TestParamInfo<SoundServerKind>& info) {
+                             return std::string(SoundServerName(info.param));
+                         });
+
 struct RecoveryRow
 {
     const char* name;
+    SoundServerKind server;
+    const char* device;
     unsigned recoveryMs;
     Restart restart;
 };
@@ -131,19 +150,22 @@ void PrintTo(const RecoveryRow& row, std::ostream* out)
 }
 
 class PulseRecovery : public PulseDevice, public ::testing::WithParamInterface<RecoveryRow>
-{};
+{
+protected:
+    void SetUp() override { StartServer(GetParam().server, GetParam().device); }
+};
 
 TEST_P(PulseRecovery, ServerKilledMidSong)
 {
     const RecoveryRow& row = GetParam();
-    ASSERT_TRUE(m_server.StartCapture());
+    ASSERT_TRUE(m_server->StartCapture());
     CAudioPlayer player;
     InitAndOpen(player, m_path);
     player.SetDeviceRecovery(row.recoveryMs);
     ASSERT_EQ(player.Play(0), S_OK) << player.m_szError;
     ASSERT_TRUE(WaitUntil([&] { return player.GetCurrentTime() >= 2 * kUnitsPerSecond; }, 8000));
-    m_server.Kill();
-    const QByteArray first = SoundRuns(m_server.StopCapture()).join();
+    m_server->Kill();
+    const QByteArray first = SoundRuns(m_server->StopCapture()).join();
     QElapsedTimer sinceKill;
     sinceKill.start();
     if (row.restart == Restart::Never) {
@@ -156,13 +178,13 @@ TEST_P(PulseRecovery, ServerKilledMidSong)
     }
     QThread::msleep(1000);
     const QWORD heldAt = player.GetCurrentTime();
-    ASSERT_TRUE(m_server.Restart()) << m_server.ErrorText().toStdString();
-    ASSERT_TRUE(m_server.StartCapture());
+    ASSERT_TRUE(m_server->Restart()) << m_server->ErrorText().toStdString();
+    ASSERT_TRUE(m_server->StartCapture());
     EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 20000));
     EXPECT_EQ(player.m_hrThread, NS_E_NO_MORE_SAMPLES) << "the song ended as songs do";
     EXPECT_STREQ(player.GetDeviceFailure(), "");
     QThread::msleep(300);
-    const QList<QByteArray> runs = SoundRuns(m_server.StopCapture());
+    const QList<QByteArray> runs = SoundRuns(m_server->StopCapture());
     ASSERT_FALSE(runs.isEmpty()) << "nothing was heard after the restart";
     const QByteArray second = runs.join();
 
@@ -174,13 +196,15 @@ TEST_P(PulseRecovery, ServerKilledMidSong)
         << "heard up to " << FramesToMs(brokeOff) << " ms, went on at " << FramesToMs(resumed) << " ms";
     EXPECT_LE(std::abs(static_cast<qsizetype>(heldAt * kRate / kUnitsPerSecond) - resumed), kToleranceFrames)
         << "the position waited where the sound stopped";
-    EXPECT_TRUE(second == PlayedFrom(resumed)) << "the rest is whole, once; " << Describe(runs);
+    EXPECT_TRUE(second == PlayedFrom(resumed)) << "the rest is whole, once; " << Describe(runs) << "; first difference at " << FramesToMs(CommonPrefix(second, PlayedFrom(resumed)) / kFrameBytes) << " ms of " << FramesToMs(PlayedFrom(resumed).size() / kFrameBytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, PulseRecovery,
-                         ::testing::Values(RecoveryRow{"OffEndsTheSong", 0, Restart::Never},
-                                           RecoveryRow{"OnGoesOnAfterRestart", 10000, Restart::AfterASecond},
-                                           RecoveryRow{"OnGivesUpInTime", 2000, Restart::Never}),
+                         ::testing::Values(RecoveryRow{"PulseAudioOffEndsTheSong", SoundServerKind::PulseAudio, "pulse", 0, Restart::Never},
+                                           RecoveryRow{"PulseAudioOnGoesOnAfterRestart", SoundServerKind::PulseAudio, "pulse", 10000, Restart::AfterASecond},
+                                           RecoveryRow{"PulseAudioOnGivesUpInTime", SoundServerKind::PulseAudio, "pulse", 2000, Restart::Never},
+                                           RecoveryRow{"PipeWireOffEndsTheSong", SoundServerKind::PipeWireAt44k, "pulse", 0, Restart::Never},
+                                           RecoveryRow{"PipeWireOnGoesOnAfterRestart", SoundServerKind::PipeWireAt44k, "pulse", 10000, Restart::AfterASecond}),
                          [](const ::testing::TestParamInfo<RecoveryRow>& info) { return std::string(info.param.name); });
 
 } // namespace

@@ -1,8 +1,10 @@
 // tunivox-play: plays files through the audio engine, for listening and for measuring.
 //
-//   tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] [--start SECONDS]
-//                [--seek-at T:POS]... [--stats] [--hand-back MS] FILE...
+//   tunivox-play [--device alsa|null] [--alsa-device NAME] [--speed N|--untimed] [--capture FILE]
+//                [--start SECONDS] [--seek-at T:POS]... [--stats] [--hand-back MS] FILE...
 //
+// --alsa-device NAME plays through that ALSA device ("pulse", "pipewire", "hw:0", ...) instead of
+// "default"; it implies --device alsa.
 // --speed, --untimed and --capture use the null device (implied when --device is not given).
 // --seek-at T:POS seeks to POS seconds once playback has reached T seconds (each once per file).
 // --stats prints, per file, the underruns the sound device went through and the streams it started.
@@ -41,6 +43,7 @@ struct Options
     WaveMapperOptions device;
     bool bDeviceGiven = false;
     bool bNullWanted = false;
+    bool bAlsaDeviceGiven = false;
     double dStart = 0;
     std::vector<SeekAt> seeks;
     bool bStats = false;
@@ -48,8 +51,9 @@ struct Options
     std::vector<std::string> files;
 };
 
-constexpr const char* kUsage = "usage: tunivox-play [--device alsa|null] [--speed N|--untimed] [--capture FILE] "
-                                "[--start SECONDS] [--seek-at T:POS]... [--stats] [--hand-back MS] FILE...\n";
+constexpr const char* kUsage = "usage: tunivox-play [--device alsa|null] [--alsa-device NAME] [--speed N|--untimed] "
+                                "[--capture FILE] [--start SECONDS] [--seek-at T:POS]... [--stats] [--hand-back MS] "
+                                "FILE...\n";
 constexpr int kHelpShown = -1;
 
 int Usage(const char* problem)
@@ -78,6 +82,11 @@ int ParseOptions(int argc, char** argv, Options* options)
             if (!ParseWaveBackend(argv[++i], &options->device.eBackend))
                 return Usage("--device takes alsa or null");
             options->bDeviceGiven = true;
+        } else if (arg == "--alsa-device" && hasValue) {
+            options->device.strAlsaDevice = argv[++i];
+            if (options->device.strAlsaDevice.empty())
+                return Usage("--alsa-device takes an ALSA device name");
+            options->bAlsaDeviceGiven = true;
         } else if (arg == "--speed" && hasValue) {
             if (!ParseNumber(argv[++i], &options->device.null.dSpeed) || options->device.null.dSpeed <= 0)
                 return Usage("--speed takes a positive number");
@@ -112,6 +121,11 @@ int ParseOptions(int argc, char** argv, Options* options)
     }
     if (options->files.empty())
         return Usage("no file given");
+    if (options->bAlsaDeviceGiven) {
+        if (options->bNullWanted || (options->bDeviceGiven && options->device.eBackend != WaveBackend::Alsa))
+            return Usage("--alsa-device goes with the ALSA device only");
+        options->device.eBackend = WaveBackend::Alsa;
+    }
     if (options->bNullWanted) {
         if (options->bDeviceGiven && options->device.eBackend != WaveBackend::Null)
             return Usage("--speed, --untimed and --capture need the null device");

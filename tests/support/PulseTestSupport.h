@@ -46,7 +46,9 @@ inline QByteArray Wav(const QByteArray& pcm)
 }
 
 // The recording cut into stretches of sound; silence between them is a pause, a seek or a gap.
-inline QList<QByteArray> SoundRuns(const QByteArray& captured)
+// Stretches shorter than `minFrames` are dropped: a resampling server rings for a few frames
+// after the sound stops.
+inline QList<QByteArray> SoundRuns(const QByteArray& captured, qsizetype minFrames = 0)
 {
     QList<QByteArray> runs;
     qsizetype start = -1;
@@ -57,7 +59,8 @@ inline QList<QByteArray> SoundRuns(const QByteArray& captured)
         if (sound && start < 0)
             start = i;
         if (!sound && start >= 0) {
-            runs.append(captured.mid(start * kPulseFrameBytes, (i - start) * kPulseFrameBytes));
+            if (i - start >= minFrames)
+                runs.append(captured.mid(start * kPulseFrameBytes, (i - start) * kPulseFrameBytes));
             start = -1;
         }
     }
