@@ -75,6 +75,14 @@ QString UriOf(const QString& location, PlaylistPaths paths)
     return QString::fromUtf8(url.toEncoded());
 }
 
+// Whether a location written on a line of its own (M3U, PLS) reads back as itself: a line break
+// would split it, and the readers trim blanks at either end. Others are written as file URLs.
+bool ReadsBackAsLine(const QString& location)
+{
+    return !location.contains(QLatin1Char('\n')) && !location.contains(QLatin1Char('\r')) &&
+           location == location.trimmed() && !location.startsWith(QLatin1String("file:"), Qt::CaseInsensitive);
+}
+
 } // namespace
 
 PlaylistFormat PlaylistFormatFromPath(const QString& path)
@@ -101,8 +109,12 @@ PlaylistReadResult ReadPlaylist(const QString& playlistPath)
     if (format == PlaylistFormat::Unknown)
         return fail(QStringLiteral("not a playlist file (M3U, M3U8, PLS or XSPF)"));
     QFile file(playlistPath);
-    if (QFileInfo(playlistPath).isDir())
+    const QFileInfo info(playlistPath);
+    if (info.isDir())
         return fail(QStringLiteral("a folder, not a playlist file"));
+    // A FIFO would block the open for ever, a device never end.
+    if (info.exists() && !info.isFile())
+        return fail(QStringLiteral("not a regular file"));
     if (!file.open(QIODevice::ReadOnly))
         return fail(file.errorString());
     if (file.size() > kMaxPlaylistBytes)
@@ -160,6 +172,8 @@ bool WritePlaylist(const QString& playlistPath, const QList<PlaylistFileEntry>& 
         QString location = paths == PlaylistPaths::Relative ? base.relativeFilePath(absolute) : absolute;
         if (format == PlaylistFormat::Xspf)
             location = UriOf(location, paths);
+        else if (!ReadsBackAsLine(location))
+            location = QString::fromUtf8(QUrl::fromLocalFile(absolute).toEncoded());
         written.append({location, entry.strTitle, entry.nSeconds});
     }
     const QByteArray bytes = format == PlaylistFormat::M3u  ? playlist_text::FormatM3u(written)

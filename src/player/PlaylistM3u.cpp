@@ -1,50 +1,50 @@
 // M3U and M3U8: one location per line, "#EXTINF:seconds,title" before it, other "#" lines ignored.
 #include "player/PlaylistParsers.h"
 
+#include <limits>
+
 namespace playlist_text {
 
-QList<QString> SplitLines(const QString& text)
+int SecondsOrUnknown(double seconds)
 {
-    QString unified = text;
-    unified.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    unified.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    return unified.split(QLatin1Char('\n'));
+    if (!(seconds >= 0) || seconds >= std::numeric_limits<int>::max())
+        return -1;
+    return static_cast<int>(seconds + 0.5);
 }
 
 Parsed ParseM3u(const QString& text)
 {
     Parsed parsed;
-    const QList<QString> lines = SplitLines(text);
     QString title;
     int seconds = -1;
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString& line = lines[i];
+    ForEachLine(text, [&](int number, QStringView line) {
         if (line.trimmed().isEmpty())
-            continue;
+            return true;
         if (line.startsWith(QLatin1String("#EXTINF:"), Qt::CaseInsensitive)) {
             // "#EXTINF:<seconds>[ attributes],<title>"; the title may hold commas.
-            const int comma = line.indexOf(QLatin1Char(','));
-            const QString head = line.mid(8, comma < 0 ? -1 : comma - 8).trimmed();
-            const QString number = head.section(QLatin1Char(' '), 0, 0);
+            const qsizetype comma = line.indexOf(QLatin1Char(','));
+            const QStringView head = line.mid(8, comma < 0 ? -1 : comma - 8).trimmed();
+            const qsizetype space = head.indexOf(QLatin1Char(' '));
             bool ok = false;
-            const double length = number.toDouble(&ok);
+            const double length = head.left(space < 0 ? head.size() : space).toDouble(&ok);
             if (comma < 0 || !ok) {
                 parsed.strError = QStringLiteral("line %1: expected \"#EXTINF:seconds,title\", found \"%2\"")
-                                      .arg(i + 1)
+                                      .arg(number)
                                       .arg(line.left(80));
                 parsed.entries.clear();
-                return parsed;
+                return false;
             }
-            seconds = length < 0 ? -1 : static_cast<int>(length + 0.5);
-            title = line.mid(comma + 1).trimmed();
-            continue;
+            seconds = SecondsOrUnknown(length);
+            title = line.mid(comma + 1).trimmed().toString();
+            return true;
         }
         if (line.startsWith(QLatin1Char('#')))
-            continue;
-        parsed.entries.append({line.trimmed(), title, seconds});
+            return true;
+        parsed.entries.append({line.trimmed().toString(), title, seconds});
         title.clear();
         seconds = -1;
-    }
+        return true;
+    });
     return parsed;
 }
 

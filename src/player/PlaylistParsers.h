@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringView>
 
 namespace playlist_text {
 
@@ -31,7 +32,27 @@ QByteArray FormatM3u(const QList<Entry>& entries);
 QByteArray FormatPls(const QList<Entry>& entries);
 QByteArray FormatXspf(const QList<Entry>& entries);
 
-// Line by line with "\n", "\r\n" or "\r" line ends; numbers from 1.
-QList<QString> SplitLines(const QString& text);
+// Calls visit(number, line) for each line ("\n", "\r\n" or "\r" line ends; numbers from 1) until it
+// returns false. No copy of the text: a file of a million empty lines costs nothing per line.
+template <typename Visit>
+void ForEachLine(const QString& text, Visit visit)
+{
+    const qsizetype size = text.size();
+    qsizetype start = 0;
+    for (int number = 1; start <= size; ++number) {
+        qsizetype end = start;
+        while (end < size && text[end] != QLatin1Char('\n') && text[end] != QLatin1Char('\r'))
+            ++end;
+        if (!visit(number, QStringView(text).mid(start, end - start)))
+            return;
+        if (end < size && text[end] == QLatin1Char('\r') && end + 1 < size && text[end + 1] == QLatin1Char('\n'))
+            ++end;
+        start = end + 1;
+    }
+}
+
+// Whole seconds of a length given in seconds; -1 (unknown) for one that is negative, not a number
+// or beyond what a song can last.
+int SecondsOrUnknown(double seconds);
 
 } // namespace playlist_text

@@ -21,41 +21,44 @@ Parsed ParsePls(const QString& text)
 {
     static const QRegularExpression numberedKey(QStringLiteral("^(file|title|length)(\\d+)$"),
                                                 QRegularExpression::CaseInsensitiveOption);
-    const QList<QString> lines = SplitLines(text);
     QMap<int, Entry> byNumber;
     bool header = false;
     int declared = -1;
     int declaredLine = 0;
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString line = lines[i].trimmed();
+    Parsed failed;
+    auto fail = [&](int line, const QString& what) {
+        failed = Fail(line, what);
+        return false;
+    };
+    ForEachLine(text, [&](int number, QStringView view) {
+        const QString line = view.trimmed().toString();
         if (line.isEmpty() || line.startsWith(QLatin1Char(';')))
-            continue;
+            return true;
         if (!header) {
             if (line.compare(QLatin1String("[playlist]"), Qt::CaseInsensitive) != 0)
-                return Fail(i + 1, QStringLiteral("a PLS playlist starts with \"[playlist]\", found \"%1\"").arg(line.left(80)));
+                return fail(number, QStringLiteral("a PLS playlist starts with \"[playlist]\", found \"%1\"").arg(line.left(80)));
             header = true;
-            continue;
+            return true;
         }
         if (line.startsWith(QLatin1Char('[')))
-            return Fail(i + 1, QStringLiteral("a second section \"%1\"; a PLS playlist has one").arg(line.left(80)));
+            return fail(number, QStringLiteral("a second section \"%1\"; a PLS playlist has one").arg(line.left(80)));
         const int eq = line.indexOf(QLatin1Char('='));
         if (eq <= 0)
-            return Fail(i + 1, QStringLiteral("expected \"key=value\", found \"%1\"").arg(line.left(80)));
+            return fail(number, QStringLiteral("expected \"key=value\", found \"%1\"").arg(line.left(80)));
         const QString key = line.left(eq).trimmed();
         const QString value = line.mid(eq + 1).trimmed();
         if (key.compare(QLatin1String("NumberOfEntries"), Qt::CaseInsensitive) == 0) {
             bool ok = false;
             declared = value.toInt(&ok);
             if (!ok || declared < 0)
-                return Fail(i + 1, QStringLiteral("NumberOfEntries is not a number: \"%1\"").arg(value.left(40)));
-            declaredLine = i + 1;
-            continue;
+                return fail(number, QStringLiteral("NumberOfEntries is not a number: \"%1\"").arg(value.left(40)));
+            declaredLine = number;
+            return true;
         }
         const QRegularExpressionMatch match = numberedKey.match(key);
         if (!match.hasMatch())
-            continue; // Version and keys of other players
-        const int number = match.captured(2).toInt();
-        Entry& entry = byNumber[number];
+            return true; // Version and keys of other players
+        Entry& entry = byNumber[match.captured(2).toInt()];
         const QString kind = match.captured(1).toLower();
         if (kind == QLatin1String("file")) {
             entry.strLocation = value;
@@ -63,12 +66,15 @@ Parsed ParsePls(const QString& text)
             entry.strTitle = value;
         } else {
             bool ok = false;
-            const int seconds = value.toInt(&ok);
+            const double seconds = value.toDouble(&ok);
             if (!ok)
-                return Fail(i + 1, QStringLiteral("%1 is not a number: \"%2\"").arg(key, value.left(40)));
-            entry.nSeconds = seconds < 0 ? -1 : seconds;
+                return fail(number, QStringLiteral("%1 is not a number: \"%2\"").arg(key, value.left(40)));
+            entry.nSeconds = SecondsOrUnknown(seconds);
         }
-    }
+        return true;
+    });
+    if (!failed.strError.isEmpty())
+        return failed;
     if (!header)
         return Fail(1, QStringLiteral("empty file; a PLS playlist starts with \"[playlist]\""));
     Parsed parsed;

@@ -23,8 +23,8 @@ void ReadTrack(QXmlStreamReader& xml, Parsed& parsed)
             entry.strTitle = xml.readElementText().trimmed();
         } else if (name == QLatin1String("duration")) {
             bool ok = false;
-            const qlonglong ms = xml.readElementText().trimmed().toLongLong(&ok);
-            entry.nSeconds = ok && ms >= 0 ? static_cast<int>((ms + 500) / 1000) : -1;
+            const double ms = xml.readElementText().trimmed().toDouble(&ok);
+            entry.nSeconds = ok ? SecondsOrUnknown(ms / 1000) : -1;
         } else {
             xml.skipCurrentElement();
         }

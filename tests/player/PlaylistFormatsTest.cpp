@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "player/PlaylistFormats.h"
 #include "support/TestFolders.h"
@@ -76,6 +77,30 @@ TEST(PlaylistFiles, ReadBackWhatWasWrittenAndReportWhatIsGone)
     }
 }
 
+// Names a line cannot hold as they are (line breaks, blanks at either end, a name that looks like a
+// URL) read back as they were in every format, written as file URLs where the format is lines.
+TEST(PlaylistFiles, NamesThatALineCannotHoldReadBack)
+{
+    ScopedTempFolder root;
+    QList<PlaylistFileEntry> entries;
+    for (const QString& name : {QStringLiteral("line\nfeed.mp3"), QStringLiteral("carriage\r\nreturn\r.mp3"),
+                                QStringLiteral(" blanks at either end.mp3 "), QStringLiteral("file:name.mp3")})
+        entries.append({root.WriteFile(name, "x"), QStringLiteral("Title"), 60});
+    for (const char* playlist : {"odd.m3u", "odd.m3u8", "odd.pls", "odd.xspf"}) {
+        for (PlaylistPaths paths : {PlaylistPaths::Relative, PlaylistPaths::Absolute}) {
+            SCOPED_TRACE(std::string(playlist) + (paths == PlaylistPaths::Relative ? " relative" : " absolute"));
+            QString error;
+            ASSERT_TRUE(WritePlaylist(root.FilePath(QLatin1String(playlist)), entries, paths, &error)) << error.toStdString();
+            const PlaylistReadResult read = ReadPlaylist(root.FilePath(QLatin1String(playlist)));
+            ASSERT_TRUE(read.Ok()) << read.strError.toStdString();
+            EXPECT_TRUE(read.missing.isEmpty()) << read.missing.join(QLatin1Char('|')).toStdString();
+            ASSERT_EQ(read.entries.size(), entries.size());
+            for (int i = 0; i < entries.size(); ++i)
+                EXPECT_EQ(read.entries[i].strPath, entries[i].strPath) << i;
+        }
+    }
+}
+
 // Files as other players and people write them.
 TEST(PlaylistFiles, ReadsWhatOtherPlayersWrite)
 {
@@ -118,10 +143,51 @@ TEST(PlaylistFiles, ReadsWhatOtherPlayersWrite)
     }
 }
 
+// A length no song has reads as unknown, never as a wrapped-around number.
+TEST(PlaylistFiles, LengthsBeyondAnySongReadAsUnknown)
+{
+    ScopedTempFolder root;
+    root.WriteFile(QStringLiteral("a.mp3"), "x");
+    struct Case
+    {
+        const char* name;
+        QByteArray text;
+        QList<int> seconds;
+    } cases[] = {
+        {"limits.m3u", "#EXTINF:1e300,a\na.mp3\n#EXTINF:nan,a\na.mp3\n#EXTINF:inf,a\na.mp3\n#EXTINF:-inf,a\na.mp3\n"
+                       "#EXTINF:3000000000,a\na.mp3\n#EXTINF:-5,a\na.mp3\n#EXTINF:2.5,a\na.mp3\n",
+         {-1, -1, -1, -1, -1, -1, 3}},
+        {"limits.pls", "[playlist]\nFile1=a.mp3\nLength1=3000000000\nFile2=a.mp3\nLength2=1e300\nFile3=a.mp3\nLength3=7\n",
+         {-1, -1, 7}},
+        {"limits.xspf", "<playlist version=\"1\" xmlns=\"http://xspf.org/ns/0/\"><trackList>"
+                        "<track><location>a.mp3</location><duration>9223372036854775807</duration></track>"
+                        "<track><location>a.mp3</location><duration>99999999999999999999999</duration></track>"
+                        "<track><location>a.mp3</location><duration>-1</duration></track>"
+                        "<track><location>a.mp3</location><duration>2500</duration></track></trackList></playlist>",
+         {-1, -1, -1, 3}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const PlaylistReadResult read = ReadPlaylist(root.WriteFile(QLatin1String(c.name), c.text));
+        ASSERT_TRUE(read.Ok()) << read.strError.toStdString();
+        QList<int> seconds;
+        for (const PlaylistFileEntry& entry : read.entries)
+            seconds.append(entry.nSeconds);
+        EXPECT_EQ(seconds, c.seconds);
+    }
+}
+
 TEST(PlaylistFiles, BrokenFilesGiveAClearErrorAndNoEntries)
 {
     ScopedTempFolder root;
     root.WriteFile(QStringLiteral("a.mp3"), "x");
+    // Neither blocks nor reads for ever: a FIFO and a device under a playlist's name.
+    ASSERT_EQ(mkfifo(QFile::encodeName(root.FilePath(QStringLiteral("fifo.m3u"))).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), root.FilePath(QStringLiteral("zero.pls"))));
+    for (const char* name : {"fifo.m3u", "zero.pls"}) {
+        const PlaylistReadResult read = ReadPlaylist(root.FilePath(QLatin1String(name)));
+        EXPECT_EQ(read.strError, QLatin1String(name) + QStringLiteral(": not a regular file"));
+    }
     struct Case
     {
         const char* name;
