@@ -195,22 +195,75 @@ TEST(Transport, DoEventsReportsAQuitItPumped)
     EXPECT_EQ(f.ctrl->DoEvents(), 0);
 }
 
-TEST(Transport, NextAndPrevWrapAndOnlyMoveTheSelectionWhenStopped)
+// The play order from every entry of a list of four (paths that do not open, so nothing plays and
+// only the choice is seen). Stopped, Next moves the selection and the caret, Prev only the selection;
+// not stopped, they and the end of a song set the index of the song they start.
+TEST(Transport, PlayOrderFromEveryEntry)
+{
+    struct Row
+    {
+        int index;
+        int row;     // the selected row (the timer's rule looks at it, not at the index)
+        int repeat;
+        int next;
+        int prev;
+        int atEnd;   // the index after the progress timer saw the song end
+    };
+    const Row rows[] = {
+        {-1, 0, 0, 0, 3, 0}, {0, 0, 0, 1, 3, 1}, {1, 1, 0, 2, 0, 2}, {2, 2, 0, 3, 1, 3},
+        {3, 3, 0, 0, 2, 3},  // play ends after the last entry
+        {3, 3, 1, 0, 2, 0},  // repeat wraps
+        {3, 1, 0, 0, 2, 0},  // the selected row decides, not the index: this wraps without repeat
+        {1, 3, 0, 2, 0, 1},
+    };
+    PlayerFixture f;
+    for (int i = 0; i < 4; ++i)
+        f.ctrl->addFile(SongFor(QStringLiteral("/nowhere/song%1.mp3").arg(i)), 0);
+    const auto start = [&](const Row& r, BOOL stopped) {
+        f.ctrl->SetRepeatMode(r.repeat);
+        f.ctrl->setCurrentRow(r.row);
+        f.ctrl->m_nCurrentIndex = r.index;
+        f.ctrl->m_bStopped = stopped;
+    };
+    const auto selected = [&] {
+        QList<int> rows;
+        for (QListWidgetItem* it : f.ctrl->selectedItems())
+            rows.append(f.ctrl->row(it));
+        return rows;
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(testing::Message() << "index " << r.index << " row " << r.row << " repeat " << r.repeat);
+        start(r, 1);
+        EXPECT_EQ(f.ctrl->Next(), 1);
+        EXPECT_EQ(f.ctrl->currentRow(), r.next);
+        EXPECT_EQ(selected(), QList<int>{r.next});
+        start(r, 1);
+        EXPECT_EQ(f.ctrl->Prev(), 1);
+        EXPECT_EQ(f.ctrl->currentRow(), r.row) << "Prev leaves the caret";
+        EXPECT_EQ(selected(), QList<int>{r.prev});
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.index) << "stopped: no song starts";
+
+        start(r, 0);
+        f.ctrl->Next();
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.next);
+        start(r, 0);
+        f.ctrl->Prev();
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.prev);
+        start(r, 0);
+        f.ctrl->m_bUpdateProgress = 1;
+        f.ctrl->OnTimer(kProgressTimerId);
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.atEnd);
+    }
+}
+
+TEST(Transport, NextAndPrevPlayUnlessStoppedAndFailOnAnEmptyList)
 {
     PlayerFixture f;
     f.Add(kSongs);
-    f.ctrl->m_nCurrentIndex = 2;
-    EXPECT_EQ(f.ctrl->Next(), 1);
-    EXPECT_EQ(f.ctrl->currentRow(), 0) << "wraps after the last";
-    EXPECT_FALSE(f.ctrl->GetAudioPlayer()->m_bPlaying) << "stopped: only the selection moves";
-    f.ctrl->m_nCurrentIndex = 0;
-    EXPECT_EQ(f.ctrl->Prev(), 1);
-    EXPECT_TRUE(f.ctrl->item(2)->isSelected()) << "wraps before the first";
-    EXPECT_FALSE(f.ctrl->item(0)->isSelected());
-
     ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
     EXPECT_EQ(f.ctrl->Next(), 1);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1) << "playing: Next plays";
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
     EXPECT_EQ(f.ctrl->Prev(), 1);
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
 
