@@ -356,8 +356,6 @@ private:
     void ReportDeviceFailure();
     // What PlayStart does once a song plays: slider, timer, notification, visualization.
     void ShowStartedSong(const QString& path);
-    // PlayStart's shuffle draw: an entry other than `current` of `n`, after 41 attempts any.
-    int PickShuffled(int current, int n) const;
     // Gapless playback (PlayerGapless.cpp).
     void RestoreGapless();
     QString ChooseNextSong(int* index);
