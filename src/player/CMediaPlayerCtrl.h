@@ -347,6 +347,8 @@ private:
     void OnFileChanged(const QString& path);
     void RereadChangedFiles();
     int RetitleEntry(const QString& path);
+    // Selects or deselects a row; a row outside the list is ignored, as the list box's own message does.
+    void SetRowSelected(int row, bool selected);
     // The toolbar's Pause button shows m_bPaused.
     void ShowPausedState();
     // Hands the listening choices to the engine (after WMInit made it).

@@ -149,11 +149,9 @@ void CMediaPlayerCtrl::ShowHeardSong(int index, const QString& path)
     if (index < 0 || index >= m_arrFiles.GetSize() || m_arrFiles.GetAt(index) != path)
         index = static_cast<int>(m_arrFiles.Items().indexOf(path)); // the list changed meanwhile
     if (index >= 0 && index < count()) {
-        const int current = currentRow();
-        if (current >= 0 && current < count())
-            item(current)->setSelected(false);
+        SetRowSelected(currentRow(), false);
         setCurrentRow(index, QItemSelectionModel::NoUpdate);
-        item(index)->setSelected(true);
+        SetRowSelected(index, true);
         m_nCurrentIndex = index;
     }
     ShowStartedSong(path);

@@ -37,11 +37,10 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         const int c = currentRow();
         SystemShuffleSource source;
         const int k = PlayOrder::DrawShuffled(c, n, source);
-        if (c >= 0 && c < n)
-            item(c)->setSelected(false);
+        SetRowSelected(c, false);
         // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
         setCurrentRow(k, QItemSelectionModel::NoUpdate);
-        item(k)->setSelected(true);
+        SetRowSelected(k, true);
         path = m_arrFiles.GetAt(k);
         m_nCurrentIndex = k;
     }
@@ -177,14 +176,11 @@ int CMediaPlayerCtrl::Next()
     const int n = count();
     if (n == 0)
         return 0;
-    const int current = currentRow();
-    if (current >= 0 && current < n)
-        item(current)->setSelected(false);
+    SetRowSelected(currentRow(), false);
     const int k = PlayOrder::NextEntry(m_nCurrentIndex, n);
     setCurrentRow(k, QItemSelectionModel::NoUpdate);
-    if (k > 0)
-        item(k - 1)->setSelected(false);
-    item(k)->setSelected(true);
+    SetRowSelected(k - 1, false);
+    SetRowSelected(k, true);
     if (!m_bStopped)
         return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
     return 1;
@@ -195,17 +191,12 @@ int CMediaPlayerCtrl::Prev()
     const int n = count();
     if (n == 0)
         return 0;
-    const int current = currentRow();
-    if (current >= 0 && current < n)
-        item(current)->setSelected(false);
+    SetRowSelected(currentRow(), false);
     const int k = PlayOrder::PreviousEntry(m_nCurrentIndex, n);
-    if (m_nCurrentIndex <= 0) {
-        item(0)->setSelected(false); // wrapped: the entry it came from is entry 0
-    } else if (k + 1 < n) {
-        item(k + 1)->setSelected(false);
-    }
+    // Wrapped, the entry it came from is entry 0.
+    SetRowSelected(m_nCurrentIndex <= 0 ? 0 : k + 1, false);
     // Deliberately unlike Next: the current selection (the caret) is not moved.
-    item(k)->setSelected(true);
+    SetRowSelected(k, true);
     if (!m_bStopped)
         return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
     return 1;
@@ -257,6 +248,12 @@ void CMediaPlayerCtrl::OnTimer(int id)
     // Without repeat, play deliberately ends after the last entry.
     if (PlayOrder::AdvancesAtEnd(m_bRepeat, currentRow(), count()))
         Next();
+}
+
+void CMediaPlayerCtrl::SetRowSelected(int row, bool selected)
+{
+    if (QListWidgetItem* entry = row >= 0 && row < count() ? item(row) : nullptr)
+        entry->setSelected(selected);
 }
 
 void CMediaPlayerCtrl::ShowPausedState()
