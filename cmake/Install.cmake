@@ -8,7 +8,7 @@ install(TARGETS tunivoxplayer EXPORT TunivoxPlayerTargets
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tunivox
   FILES_MATCHING PATTERN "*.h"
-  PATTERN "TagLibText.h" EXCLUDE PATTERN "AudioStream.h" EXCLUDE PATTERN "MprisAdaptors.h" EXCLUDE)
+  PATTERN "TagLibText.h" EXCLUDE PATTERN "ReadOnlyTagFile.h" EXCLUDE PATTERN "AudioStream.h" EXCLUDE PATTERN "MprisAdaptors.h" EXCLUDE)
 install(FILES ${PROJECT_BINARY_DIR}/src/tunivox_export.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tunivox)
 

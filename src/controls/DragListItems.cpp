@@ -73,6 +73,8 @@ void CDragListBoxEx::InsertItems(CStringArray& texts, CDWordArray& data, int nIn
     QList<QListWidgetItem*> inserted;
     for (int i = 0; i < texts.GetSize(); ++i) {
         const int pos = IsSorted() ? AddString(texts[i]) : InsertString(nIndex + i, texts[i]);
+        if (pos < 0)
+            continue; // an insert position outside the list inserts nothing, as the list box's message
         SetItemData(pos, data[i]);
         inserted.append(item(pos));
     }

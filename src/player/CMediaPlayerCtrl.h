@@ -347,6 +347,8 @@ private:
     void OnFileChanged(const QString& path);
     void RereadChangedFiles();
     int RetitleEntry(const QString& path);
+    // Selects or deselects a row; a row outside the list is ignored, as the list box's own message does.
+    void SetRowSelected(int row, bool selected);
     // The toolbar's Pause button shows m_bPaused.
     void ShowPausedState();
     // Hands the listening choices to the engine (after WMInit made it).
@@ -356,8 +358,6 @@ private:
     void ReportDeviceFailure();
     // What PlayStart does once a song plays: slider, timer, notification, visualization.
     void ShowStartedSong(const QString& path);
-    // PlayStart's shuffle draw: an entry other than `current` of `n`, after 41 attempts any.
-    int PickShuffled(int current, int n) const;
     // Gapless playback (PlayerGapless.cpp).
     void RestoreGapless();
     QString ChooseNextSong(int* index);

@@ -8,6 +8,7 @@
 
 #include "audio/CAudioPlayer.h"
 #include "player/CMediaPlayerCtrl.h"
+#include "player/SystemShuffleSource.h"
 #include "visual/CRegistry.h"
 
 namespace {
@@ -44,18 +45,19 @@ void CMediaPlayerCtrl::RestoreGapless()
 
 QString CMediaPlayerCtrl::ChooseNextSong(int* index)
 {
-    const int n = count();
-    if (n == 0 || m_arrFiles.GetSize() < n)
+    PlayOrder::FollowingInput in;
+    in.count = count();
+    in.files = m_arrFiles.GetSize();
+    in.repeat = m_bRepeat != 0;
+    in.shuffle = m_bShuffle != 0;
+    in.selectedRow = currentRow();
+    in.current = m_nCurrentIndex;
+    if (m_bShuffle && !m_strNextPath.isEmpty())
+        in.prepared = static_cast<int>(m_arrFiles.Items().indexOf(m_strNextPath));
+    SystemShuffleSource source;
+    const int k = PlayOrder::FollowingEntry(in, source);
+    if (k == PlayOrder::kNoEntry)
         return QString();
-    // The timer's rule: without repeat, play ends after the last entry.
-    if (!m_bRepeat && currentRow() == n - 1)
-        return QString();
-    int k = (m_nCurrentIndex >= 0 && m_nCurrentIndex + 1 < n) ? m_nCurrentIndex + 1 : 0;
-    if (m_bShuffle) {
-        // Next moves the selection to k before PlayStart draws a different entry.
-        const int prepared = m_strNextPath.isEmpty() ? -1 : m_arrFiles.Items().indexOf(m_strNextPath);
-        k = (prepared >= 0 && prepared < n && prepared != k) ? prepared : PickShuffled(k, n);
-    }
     *index = k;
     return m_arrFiles.GetAt(k);
 }
@@ -147,11 +149,9 @@ void CMediaPlayerCtrl::ShowHeardSong(int index, const QString& path)
     if (index < 0 || index >= m_arrFiles.GetSize() || m_arrFiles.GetAt(index) != path)
         index = static_cast<int>(m_arrFiles.Items().indexOf(path)); // the list changed meanwhile
     if (index >= 0 && index < count()) {
-        const int current = currentRow();
-        if (current >= 0 && current < count())
-            item(current)->setSelected(false);
+        SetRowSelected(currentRow(), false);
         setCurrentRow(index, QItemSelectionModel::NoUpdate);
-        item(index)->setSelected(true);
+        SetRowSelected(index, true);
         m_nCurrentIndex = index;
     }
     ShowStartedSong(path);

@@ -4,6 +4,7 @@
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/SubstringIndex.h"
+#include "session/PlayOrder.h"
 
 CSubstringIndex& CMediaPlayerCtrl::PathIndex()
 {
@@ -78,6 +79,7 @@ void CMediaPlayerCtrl::ClearPlayList()
     m_bStopped = 1;
     m_bPlaying = 0;
     m_nAdded = 0;
+    m_nCurrentIndex = 0; // as built: the next list starts from its first entries
     m_arrFiles.SetSize(0);
     m_arrTitles.SetSize(0);
     InvalidatePathIndex();
@@ -103,6 +105,7 @@ void CMediaPlayerCtrl::RemoveEntryAt(int index)
     m_mapAdded.remove(m_arrFiles.GetAt(index));
     m_arrFiles.RemoveAt(index);
     m_arrTitles.RemoveAt(index);
+    m_nCurrentIndex = PlayOrder::EntryAfterRemoval(m_nCurrentIndex, index);
 }
 
 void CMediaPlayerCtrl::RenumberItems()
@@ -135,10 +138,12 @@ void CMediaPlayerCtrl::RenumberItems()
         files.Add(m_arrFiles.GetAt(j));
     }
     InvalidatePathIndex();
+    const QList<QString> before = m_arrFiles.Items();
     for (int i = 0; i < titles.GetSize(); ++i) {
         m_arrTitles.SetAt(i, titles.GetAt(i));
         m_arrFiles.SetAt(i, files.GetAt(i));
     }
+    m_nCurrentIndex = PlayOrder::EntryAfterReorder(m_nCurrentIndex, before, m_arrFiles.Items());
 }
 
 void CMediaPlayerCtrl::RearrangeListItems()

@@ -2,29 +2,22 @@
 // timer with the end-of-song advance, seeking from the position slider, and the volume.
 #include <QAction>
 #include <QCoreApplication>
-#include <ctime>
 
 #include "audio/CAudioPlayer.h"
 #include "audio/UnplayableReason.h"
 #include "audio/WaveOut.h"
 #include "controls/CSliderCtrlEx.h"
-#include "platform/MsvcRand.h"
 #include "platform/StringConv.h"
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/CMediaPlayerToolbar.h"
+#include "player/SystemShuffleSource.h"
+#include "session/PlayOrder.h"
 #include "visual/CVisualThread.h"
 
 namespace {
 
 constexpr quint64 kTicksPerSliderStep = 1000000;   // engine units (100 ns) per tenth of a second
-
-std::uint32_t TickCount()
-{
-    timespec ts {};
-    clock_gettime(CLOCK_MONOTONIC, &ts);
-    return static_cast<std::uint32_t>(static_cast<quint64>(ts.tv_sec) * 1000u + static_cast<quint64>(ts.tv_nsec) / 1000000u);
-}
 
 } // namespace
 
@@ -42,12 +35,12 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
     const int n = count();
     if (m_bShuffle && n >= 1) {
         const int c = currentRow();
-        const int k = PickShuffled(c, n);
-        if (c >= 0 && c < n)
-            item(c)->setSelected(false);
+        SystemShuffleSource source;
+        const int k = PlayOrder::DrawShuffled(c, n, source);
+        SetRowSelected(c, false);
         // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
         setCurrentRow(k, QItemSelectionModel::NoUpdate);
-        item(k)->setSelected(true);
+        SetRowSelected(k, true);
         path = m_arrFiles.GetAt(k);
         m_nCurrentIndex = k;
     }
@@ -77,23 +70,6 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
     ShowStartedSong(path);
     UpdateNextSong();
     return 1;
-}
-
-int CMediaPlayerCtrl::PickShuffled(int current, int n) const
-{
-    int k = 0;
-    std::int32_t s = 10000;
-    for (int attempt = 0; attempt <= 40; ++attempt) {
-        const std::uint32_t t = (attempt % 2 == 1) ? TickCount() : static_cast<std::uint32_t>(std::time(nullptr));
-        MsvcSrand(static_cast<unsigned>(s) + t);
-        const std::int32_t r = (MsvcRand() << 16) | MsvcRand();
-        k = r % n;
-        if (k != current)
-            break;
-        s = (attempt + 1) * 343 + 5000;
-    }
-    // After the last attempt k is taken even when it equals current: a one-song list replays itself.
-    return k;
 }
 
 void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
@@ -200,14 +176,11 @@ int CMediaPlayerCtrl::Next()
     const int n = count();
     if (n == 0)
         return 0;
-    const int current = currentRow();
-    if (current >= 0 && current < n)
-        item(current)->setSelected(false);
-    const int k = (m_nCurrentIndex >= 0 && m_nCurrentIndex + 1 < n) ? m_nCurrentIndex + 1 : 0;
+    SetRowSelected(currentRow(), false);
+    const int k = PlayOrder::NextEntry(m_nCurrentIndex, n);
     setCurrentRow(k, QItemSelectionModel::NoUpdate);
-    if (k > 0)
-        item(k - 1)->setSelected(false);
-    item(k)->setSelected(true);
+    SetRowSelected(k - 1, false);
+    SetRowSelected(k, true);
     if (!m_bStopped)
         return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
     return 1;
@@ -218,18 +191,12 @@ int CMediaPlayerCtrl::Prev()
     const int n = count();
     if (n == 0)
         return 0;
-    const int current = currentRow();
-    if (current >= 0 && current < n)
-        item(current)->setSelected(false);
-    int k = m_nCurrentIndex - 1;
-    if (k < 0) {
-        k = n - 1;
-        item(0)->setSelected(false);
-    } else if (k + 1 < n) {
-        item(k + 1)->setSelected(false);
-    }
+    SetRowSelected(currentRow(), false);
+    const int k = PlayOrder::PreviousEntry(m_nCurrentIndex, n);
+    // Wrapped, the entry it came from is entry 0.
+    SetRowSelected(m_nCurrentIndex <= 0 ? 0 : k + 1, false);
     // Deliberately unlike Next: the current selection (the caret) is not moved.
-    item(k)->setSelected(true);
+    SetRowSelected(k, true);
     if (!m_bStopped)
         return PlayStart(m_arrFiles.GetAt(k).toUtf8().constData());
     return 1;
@@ -278,10 +245,15 @@ void CMediaPlayerCtrl::OnTimer(int id)
         emit songFailed(path, UnplayableReason(path, nullptr));
     }
     ReportDeviceFailure();
-    const int n = count();
     // Without repeat, play deliberately ends after the last entry.
-    if (m_bRepeat || n == 0 || currentRow() != n - 1)
+    if (PlayOrder::AdvancesAtEnd(m_bRepeat, currentRow(), count()))
         Next();
+}
+
+void CMediaPlayerCtrl::SetRowSelected(int row, bool selected)
+{
+    if (QListWidgetItem* entry = row >= 0 && row < count() ? item(row) : nullptr)
+        entry->setSelected(selected);
 }
 
 void CMediaPlayerCtrl::ShowPausedState()

@@ -13,6 +13,7 @@
 #include <taglib/xiphcomment.h>
 
 #include "song/AudioStream.h"
+#include "song/ReadOnlyTagFile.h"
 #include "song/TagLibText.h"
 
 namespace {
@@ -169,9 +170,10 @@ void ReadId3v2Frames(const TagLib::ID3v2::Tag& tag, TagItems& items, CMp3Song& s
         song.m_bHasPicture = 1;
 }
 
-bool ReadMpeg(const QByteArray& fileName, TagItems& items, CMp3Song& song)
+bool ReadMpeg(const QString& path, TagItems& items, CMp3Song& song)
 {
-    TagLib::MPEG::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::MPEG::File> opened(path);
+    TagLib::MPEG::File& file = *opened;
     if (!HoldsAudioStream(file) || !ReadProperties(file.audioProperties(), song))
         return false;
     const unsigned int combinedTrack = ReadMainItems(file.tag(), items);
@@ -193,9 +195,10 @@ bool ReadMpeg(const QByteArray& fileName, TagItems& items, CMp3Song& song)
     return true;
 }
 
-bool ReadWav(const QByteArray& fileName, TagItems& items, CMp3Song& song)
+bool ReadWav(const QString& path, TagItems& items, CMp3Song& song)
 {
-    TagLib::RIFF::WAV::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::RIFF::WAV::File> opened(path);
+    TagLib::RIFF::WAV::File& file = *opened;
     if (!HoldsAudioStream(file) || !ReadProperties(file.audioProperties(), song))
         return false;
     ReadMainItems(file.tag(), items);
@@ -204,9 +207,10 @@ bool ReadWav(const QByteArray& fileName, TagItems& items, CMp3Song& song)
     return true;
 }
 
-bool ReadFlac(const QByteArray& fileName, TagItems& items, CMp3Song& song)
+bool ReadFlac(const QString& path, TagItems& items, CMp3Song& song)
 {
-    TagLib::FLAC::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::FLAC::File> opened(path);
+    TagLib::FLAC::File& file = *opened;
     if (!file.isValid() || !ReadProperties(file.audioProperties(), song))
         return false;
     if (!file.hasXiphComment())
@@ -224,9 +228,10 @@ bool ReadFlac(const QByteArray& fileName, TagItems& items, CMp3Song& song)
     return true;
 }
 
-bool ReadMp4(const QByteArray& fileName, TagItems& items, CMp3Song& song)
+bool ReadMp4(const QString& path, TagItems& items, CMp3Song& song)
 {
-    TagLib::MP4::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::MP4::File> opened(path);
+    TagLib::MP4::File& file = *opened;
     if (!file.isValid() || !ReadProperties(file.audioProperties(), song))
         return false;
     const TagLib::MP4::Tag* tag = file.tag();
@@ -272,9 +277,10 @@ TagLib::String AsfAttributeText(const TagLib::ASF::Attribute& attribute)
     }
 }
 
-bool ReadAsf(const QByteArray& fileName, TagItems& items, CMp3Song& song)
+bool ReadAsf(const QString& path, TagItems& items, CMp3Song& song)
 {
-    TagLib::ASF::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::ASF::File> opened(path);
+    TagLib::ASF::File& file = *opened;
     if (!file.isValid())
         return false;
     const TagLib::ASF::Tag* tag = file.tag();
@@ -337,18 +343,17 @@ CMp3Song CId3Tag::ReadTag(const QString& path, const QString& /*picturePath*/)
 {
     try {
         TagItems items;
-        const QByteArray fileName = TagLibFileName(path);
         bool readToEnd = true;
         if (HasExtension(path, QStringLiteral("mp3")))
-            readToEnd = ReadMpeg(fileName, items, m_song);
+            readToEnd = ReadMpeg(path, items, m_song);
         else if (HasExtension(path, QStringLiteral("wav")))
-            readToEnd = ReadWav(fileName, items, m_song);
+            readToEnd = ReadWav(path, items, m_song);
         else if (HasExtension(path, QStringLiteral("flac")))
-            readToEnd = ReadFlac(fileName, items, m_song);
+            readToEnd = ReadFlac(path, items, m_song);
         else if (HasExtension(path, QStringLiteral("m4a")))
-            readToEnd = ReadMp4(fileName, items, m_song);
+            readToEnd = ReadMp4(path, items, m_song);
         else if (HasExtension(path, QStringLiteral("wma")))
-            readToEnd = ReadAsf(fileName, items, m_song);
+            readToEnd = ReadAsf(path, items, m_song);
         if (readToEnd)
             StoreItems(items, path, m_song);
     } catch (const std::exception&) {

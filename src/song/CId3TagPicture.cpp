@@ -11,6 +11,7 @@
 #include <taglib/wavfile.h>
 
 #include "song/AudioStream.h"
+#include "song/ReadOnlyTagFile.h"
 #include "song/TagLibText.h"
 
 namespace {
@@ -35,25 +36,28 @@ int ExtractFromId3v2(const TagLib::ID3v2::Tag& tag, const QString& outputPath, i
     return 0;
 }
 
-int ExtractFromMpeg(const QByteArray& fileName, const QString& outputPath, int pictureType)
+int ExtractFromMpeg(const QString& path, const QString& outputPath, int pictureType)
 {
-    TagLib::MPEG::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::MPEG::File> opened(path);
+    TagLib::MPEG::File& file = *opened;
     if (!HoldsAudioStream(file) || !file.hasID3v2Tag())
         return 0;
     return ExtractFromId3v2(*file.ID3v2Tag(), outputPath, pictureType);
 }
 
-int ExtractFromWav(const QByteArray& fileName, const QString& outputPath, int pictureType)
+int ExtractFromWav(const QString& path, const QString& outputPath, int pictureType)
 {
-    TagLib::RIFF::WAV::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::RIFF::WAV::File> opened(path);
+    TagLib::RIFF::WAV::File& file = *opened;
     if (!HoldsAudioStream(file) || !file.hasID3v2Tag())
         return 0;
     return ExtractFromId3v2(*file.ID3v2Tag(), outputPath, pictureType);
 }
 
-int ExtractFromFlac(const QByteArray& fileName, const QString& outputPath, int pictureType)
+int ExtractFromFlac(const QString& path, const QString& outputPath, int pictureType)
 {
-    TagLib::FLAC::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::FLAC::File> opened(path);
+    TagLib::FLAC::File& file = *opened;
     if (!file.isValid())
         return 0;
     for (const TagLib::FLAC::Picture* picture : file.pictureList()) {
@@ -64,9 +68,10 @@ int ExtractFromFlac(const QByteArray& fileName, const QString& outputPath, int p
 }
 
 // MP4 covers carry no picture type: the first non-empty one serves whatever type is asked for.
-int ExtractFromMp4(const QByteArray& fileName, const QString& outputPath)
+int ExtractFromMp4(const QString& path, const QString& outputPath)
 {
-    TagLib::MP4::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::MP4::File> opened(path);
+    TagLib::MP4::File& file = *opened;
     if (!file.isValid() || !file.tag())
         return 0;
     const TagLib::MP4::ItemMap& map = file.tag()->itemMap();
@@ -80,9 +85,10 @@ int ExtractFromMp4(const QByteArray& fileName, const QString& outputPath)
     return 0;
 }
 
-int ExtractFromAsf(const QByteArray& fileName, const QString& outputPath, int pictureType)
+int ExtractFromAsf(const QString& path, const QString& outputPath, int pictureType)
 {
-    TagLib::ASF::File file(fileName.constData(), true, TagLib::AudioProperties::Average);
+    const CReadOnlyTagFile<TagLib::ASF::File> opened(path);
+    TagLib::ASF::File& file = *opened;
     if (!file.isValid() || !file.tag())
         return 0;
     const TagLib::ASF::AttributeListMap& attributes = file.tag()->attributeListMap();
@@ -103,17 +109,16 @@ int CId3Tag::ExtractPicture(const CMp3Song& song, const QString& outputPath, int
 {
     const QString& path = song.m_strFilePath;
     try {
-        const QByteArray fileName = TagLibFileName(path);
         if (HasExtension(path, QStringLiteral("mp3")))
-            return ExtractFromMpeg(fileName, outputPath, pictureType);
+            return ExtractFromMpeg(path, outputPath, pictureType);
         if (HasExtension(path, QStringLiteral("wav")))
-            return ExtractFromWav(fileName, outputPath, pictureType);
+            return ExtractFromWav(path, outputPath, pictureType);
         if (HasExtension(path, QStringLiteral("flac")))
-            return ExtractFromFlac(fileName, outputPath, pictureType);
+            return ExtractFromFlac(path, outputPath, pictureType);
         if (HasExtension(path, QStringLiteral("m4a")))
-            return ExtractFromMp4(fileName, outputPath);
+            return ExtractFromMp4(path, outputPath);
         if (HasExtension(path, QStringLiteral("wma")))
-            return ExtractFromAsf(fileName, outputPath, pictureType);
+            return ExtractFromAsf(path, outputPath, pictureType);
     } catch (const std::exception&) {
         // Same as an unreadable file: no picture.
     }

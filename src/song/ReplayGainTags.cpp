@@ -17,6 +17,7 @@
 #include <taglib/wavfile.h>
 #include <taglib/xiphcomment.h>
 
+#include "song/ReadOnlyTagFile.h"
 #include "song/TagLibText.h"
 
 namespace {
@@ -120,8 +121,8 @@ std::optional<double> ParseReplayGainNumber(const QString& text)
 ReplayGainValues ReadReplayGain(const QString& path)
 {
     ReplayGainValues values;
-    const QByteArray name = TagLibFileName(path);
-    TagLib::FileRef file(name.constData(), false);
+    const CReadOnlyTagFile<TagLib::FileRef> opened(path, false);
+    const TagLib::FileRef& file = *opened;
     if (file.isNull())
         return values;
     TextByKey texts;

@@ -10,6 +10,7 @@
 #include <taglib/wavfile.h>
 
 #include "song/CId3Tag.h"
+#include "song/ReadOnlyTagFile.h"
 #include "song/SyncedLyrics.h"
 #include "song/TagLibText.h"
 
@@ -47,9 +48,9 @@ CSyncedLyrics FromId3v2(const TagLib::ID3v2::Tag* tag, int nSamplesPerFrame, int
 
 CSyncedLyrics FromSylt(const QString& path)
 {
-    const QByteArray name = TagLibFileName(path);
     if (CId3Tag::HasExtension(path, QStringLiteral("mp3"))) {
-        TagLib::MPEG::File file(name.constData(), true, TagLib::AudioProperties::Fast);
+        const CReadOnlyTagFile<TagLib::MPEG::File> opened(path, true, TagLib::AudioProperties::Fast);
+        TagLib::MPEG::File& file = *opened;
         if (!file.isValid())
             return {};
         const TagLib::MPEG::Properties* properties = file.audioProperties();
@@ -59,7 +60,8 @@ CSyncedLyrics FromSylt(const QString& path)
         return FromId3v2(file.ID3v2Tag(), halfFrames ? 576 : 1152, properties ? properties->sampleRate() : 0);
     }
     if (CId3Tag::HasExtension(path, QStringLiteral("wav"))) {
-        TagLib::RIFF::WAV::File file(name.constData(), true, TagLib::AudioProperties::Fast);
+        const CReadOnlyTagFile<TagLib::RIFF::WAV::File> opened(path, true, TagLib::AudioProperties::Fast);
+        TagLib::RIFF::WAV::File& file = *opened;
         return file.isValid() && file.hasID3v2Tag() ? FromId3v2(file.ID3v2Tag(), 0, 0) : CSyncedLyrics();
     }
     return {};

@@ -1,6 +1,7 @@
 // Transport through the real engine on a fast null device: starting, advancing at the end of a song
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
 #include <QAction>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 #include <functional>
@@ -137,25 +138,122 @@ TEST(Transport, InAMultiSelectionListOnlyTheNewSongStaysSelected)
     }
 }
 
-// The library leaves N and B without a body; the demo host's control plays the next and previous
-// song with them (stopped: only the selection moves, as Next and Prev do).
-TEST(Transport, TheDemosControlMovesWithNAndB)
+// The library leaves N and B without a body; the demo host's control plays the previous and next
+// song with them. Deleting entries above the playing one keeps them on it (B once reached past the
+// list here: play the last of ten, Home, Delete three times, B).
+TEST(Transport, TheDemosNAndBKeysAfterDeletingAboveThePlayingSong)
 {
-    PlayerFixture f;
+    PlayerFixture f(1.0);
+    ScopedTempFolder folder;
     auto* demo = new DemoPlayerCtrl(f.host.get());
     demo->SetHostFolders(f.folders.TempFolder(), f.folders.TempFolder());
     demo->Init();
     demo->ClearPlayList();
-    for (const QString& name : kSongs)
-        demo->addFile(SongFor(FixturePath(name), QStringLiteral("Artist"), name), 0);
-    demo->m_nCurrentIndex = 0;
-    QTest::keyClick(demo, Qt::Key_N);
-    EXPECT_EQ(demo->currentRow(), 1);
-    demo->m_nCurrentIndex = 1;
+    QStringList paths;
+    for (int i = 0; i < 10; ++i) {
+        paths << folder.FilePath(QStringLiteral("song%1.mp3").arg(i));
+        ASSERT_TRUE(QFile::link(FixturePath(kLong), paths.last()));
+        demo->addFile(SongFor(paths.last()), 0);
+    }
+    ASSERT_EQ(demo->PlayStart(paths[9].toUtf8().constData()), 1);
+    QTest::keyClick(demo, Qt::Key_Home);
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(demo, Qt::Key_Delete);
+    EXPECT_EQ(demo->GetCurrentIndex(), 6);
     QTest::keyClick(demo, Qt::Key_B);
-    EXPECT_TRUE(demo->item(0)->isSelected());
-    EXPECT_FALSE(demo->item(1)->isSelected());
+    EXPECT_EQ(demo->GetPlayingFileName(), paths[8]);
+    EXPECT_TRUE(demo->GetAudioPlayer()->m_bPlaying);
+    QTest::keyClick(demo, Qt::Key_N);
+    EXPECT_EQ(demo->GetPlayingFileName(), paths[9]);
     delete demo;
+}
+
+// List edits, then each transport call, from every playing entry of six (paths that do not open, so
+// the index shows what a call would play): the index keeps naming the playing song or, once that
+// song is removed, the entry before its place, so that Next goes on with its follower.
+TEST(Transport, ListEditsKeepTheIndexOnThePlayingEntry)
+{
+    constexpr int kEntries = 6;
+    struct Edit
+    {
+        const char* name;
+        std::function<void(PlayerFixture&, int playing)> apply;
+        std::function<int(int playing)> playingAfter;
+    };
+    const auto pressDelete = [](PlayerFixture& f, int row) {
+        f.ctrl->setCurrentRow(row);
+        QTest::keyClick(f.ctrl, Qt::Key_Delete);
+    };
+    const Edit edits[] = {
+        {"Delete on the first entry", [&](PlayerFixture& f, int) { pressDelete(f, 0); },
+         [](int p) { return p - 1; }},
+        {"Delete on the last entry", [&](PlayerFixture& f, int) { pressDelete(f, kEntries - 1); },
+         [](int p) { return p == kEntries - 1 ? p - 1 : p; }},
+        {"Delete on the playing entry", [&](PlayerFixture& f, int p) { pressDelete(f, p); },
+         [](int p) { return p - 1; }},
+        {"the first entry dragged below the last",
+         [](PlayerFixture& f, int) {
+             CMediaPlayerCtrl& c = *f.ctrl;
+             const QPoint from = c.visualItemRect(c.item(0)).center();
+             const QRect last = c.visualItemRect(c.item(kEntries - 1));
+             const QPoint to(last.center().x(), last.bottom() - 2);
+             QTest::mousePress(c.viewport(), Qt::LeftButton, {}, from);
+             QTest::mouseMove(c.viewport(), from + QPoint(0, 6));
+             QTest::mouseMove(c.viewport(), to);
+             QTest::mouseRelease(c.viewport(), Qt::LeftButton, {}, to);
+         },
+         [](int p) { return p == 0 ? kEntries - 1 : p - 1; }},
+        {"a song inserted at the top",
+         [](PlayerFixture& f, int) {
+             f.ctrl->InsertPathsAt(0, {FixturePath(kSongs[0])});
+             ASSERT_TRUE(WaitUntil([&] { return !f.ctrl->IsScanning(); }));
+         },
+         [](int p) { return p + 1; }},
+        {"Clear, then the songs again",
+         [](PlayerFixture& f, int) {
+             f.ctrl->ClearPlayList();
+             for (int i = 0; i < kEntries; ++i)
+                 f.ctrl->addFile(SongFor(QStringLiteral("/nowhere/song%1.mp3").arg(i)), 0);
+         },
+         [](int) { return 0; }},
+    };
+    enum Call { Next, Prev, Play, Stop, AtEnd };
+    PlayerFixture f;
+    f.host->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
+    f.ctrl->SetRepeatMode(1); // the end of a song always advances
+    for (const Edit& edit : edits) {
+        for (int playing = 0; playing < kEntries; ++playing) {
+            for (const Call call : {Next, Prev, Play, Stop, AtEnd}) {
+                SCOPED_TRACE(testing::Message() << edit.name << ", playing " << playing << ", call " << call);
+                f.ctrl->ClearPlayList();
+                for (int i = 0; i < kEntries; ++i)
+                    f.ctrl->addFile(SongFor(QStringLiteral("/nowhere/song%1.mp3").arg(i)), 0);
+                f.ctrl->setCurrentRow(playing);
+                f.ctrl->m_nCurrentIndex = playing;
+                edit.apply(f, playing);
+                const int n = f.ctrl->count();
+                const int q = edit.playingAfter(playing);
+                ASSERT_EQ(n, f.ctrl->GetFiles().GetSize());
+                ASSERT_EQ(f.ctrl->GetCurrentIndex(), q);
+                f.ctrl->m_bStopped = 0;
+                const int selected = std::max(f.ctrl->currentRow(), 0);
+                switch (call) {
+                case Next: f.ctrl->Next(); break;
+                case Prev: f.ctrl->Prev(); break;
+                case Play: f.ctrl->Play(); break;
+                case Stop: f.ctrl->Stop(); break;
+                case AtEnd:
+                    f.ctrl->m_bUpdateProgress = 1;
+                    f.ctrl->OnTimer(kProgressTimerId);
+                    break;
+                }
+                const int next = q + 1 < n ? q + 1 : 0;
+                const int expected[] = {next, q <= 0 ? n - 1 : q - 1, selected, q, next};
+                EXPECT_EQ(f.ctrl->GetCurrentIndex(), expected[call]);
+            }
+        }
+    }
 }
 
 // A song that cannot be played is reported with a reason: at once when it will not open, and at
@@ -195,22 +293,75 @@ TEST(Transport, DoEventsReportsAQuitItPumped)
     EXPECT_EQ(f.ctrl->DoEvents(), 0);
 }
 
-TEST(Transport, NextAndPrevWrapAndOnlyMoveTheSelectionWhenStopped)
+// The play order from every entry of a list of four (paths that do not open, so nothing plays and
+// only the choice is seen). Stopped, Next moves the selection and the caret, Prev only the selection;
+// not stopped, they and the end of a song set the index of the song they start.
+TEST(Transport, PlayOrderFromEveryEntry)
+{
+    struct Row
+    {
+        int index;
+        int row;     // the selected row (the timer's rule looks at it, not at the index)
+        int repeat;
+        int next;
+        int prev;
+        int atEnd;   // the index after the progress timer saw the song end
+    };
+    const Row rows[] = {
+        {-1, 0, 0, 0, 3, 0}, {0, 0, 0, 1, 3, 1}, {1, 1, 0, 2, 0, 2}, {2, 2, 0, 3, 1, 3},
+        {3, 3, 0, 0, 2, 3},  // play ends after the last entry
+        {3, 3, 1, 0, 2, 0},  // repeat wraps
+        {3, 1, 0, 0, 2, 0},  // the selected row decides, not the index: this wraps without repeat
+        {1, 3, 0, 2, 0, 1},
+    };
+    PlayerFixture f;
+    for (int i = 0; i < 4; ++i)
+        f.ctrl->addFile(SongFor(QStringLiteral("/nowhere/song%1.mp3").arg(i)), 0);
+    const auto start = [&](const Row& r, BOOL stopped) {
+        f.ctrl->SetRepeatMode(r.repeat);
+        f.ctrl->setCurrentRow(r.row);
+        f.ctrl->m_nCurrentIndex = r.index;
+        f.ctrl->m_bStopped = stopped;
+    };
+    const auto selected = [&] {
+        QList<int> rows;
+        for (QListWidgetItem* it : f.ctrl->selectedItems())
+            rows.append(f.ctrl->row(it));
+        return rows;
+    };
+    for (const Row& r : rows) {
+        SCOPED_TRACE(testing::Message() << "index " << r.index << " row " << r.row << " repeat " << r.repeat);
+        start(r, 1);
+        EXPECT_EQ(f.ctrl->Next(), 1);
+        EXPECT_EQ(f.ctrl->currentRow(), r.next);
+        EXPECT_EQ(selected(), QList<int>{r.next});
+        start(r, 1);
+        EXPECT_EQ(f.ctrl->Prev(), 1);
+        EXPECT_EQ(f.ctrl->currentRow(), r.row) << "Prev leaves the caret";
+        EXPECT_EQ(selected(), QList<int>{r.prev});
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.index) << "stopped: no song starts";
+
+        start(r, 0);
+        f.ctrl->Next();
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.next);
+        start(r, 0);
+        f.ctrl->Prev();
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.prev);
+        start(r, 0);
+        f.ctrl->m_bUpdateProgress = 1;
+        f.ctrl->OnTimer(kProgressTimerId);
+        EXPECT_EQ(f.ctrl->m_nCurrentIndex, r.atEnd);
+    }
+}
+
+TEST(Transport, NextAndPrevPlayUnlessStoppedAndFailOnAnEmptyList)
 {
     PlayerFixture f;
     f.Add(kSongs);
-    f.ctrl->m_nCurrentIndex = 2;
-    EXPECT_EQ(f.ctrl->Next(), 1);
-    EXPECT_EQ(f.ctrl->currentRow(), 0) << "wraps after the last";
-    EXPECT_FALSE(f.ctrl->GetAudioPlayer()->m_bPlaying) << "stopped: only the selection moves";
-    f.ctrl->m_nCurrentIndex = 0;
-    EXPECT_EQ(f.ctrl->Prev(), 1);
-    EXPECT_TRUE(f.ctrl->item(2)->isSelected()) << "wraps before the first";
-    EXPECT_FALSE(f.ctrl->item(0)->isSelected());
-
     ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0]).toUtf8().constData()), 1);
     EXPECT_EQ(f.ctrl->Next(), 1);
-    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1) << "playing: Next plays";
+    EXPECT_EQ(f.ctrl->GetCurrentIndex(), 1);
+    EXPECT_TRUE(f.ctrl->GetAudioPlayer()->m_bPlaying);
     EXPECT_EQ(f.ctrl->Prev(), 1);
     EXPECT_EQ(f.ctrl->GetCurrentIndex(), 0);
 

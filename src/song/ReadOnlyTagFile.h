@@ -1,0 +1,46 @@
+#pragma once
+// Every read of a song's tags, lyrics, pictures and gain opens the file through this: read-only,
+// whatever the file's permissions. TagLib's constructors that take a file name open for writing
+// whenever they may; a reader's writable handle on a song the host may be saving at that moment is
+// not ours to hold, and its close tells file watchers the song was written. Only the host's own tag
+// writers open songs for writing.
+//
+// Internal to the song reader (pulls in TagLib). Threading: one object per use on one thread.
+
+#include <QString>
+#include <memory>
+#include <taglib/audioproperties.h>
+#include <taglib/id3v2framefactory.h>
+#include <taglib/tfilestream.h>
+#include <type_traits>
+
+#include "song/TagLibText.h"
+
+// TagFile: a TagLib format class (MPEG::File, FLAC::File, ...) or TagLib::FileRef.
+template <class TagFile>
+class CReadOnlyTagFile
+{
+public:
+    explicit CReadOnlyTagFile(const QString& path, bool readProperties = true,
+                              TagLib::AudioProperties::ReadStyle style = TagLib::AudioProperties::Average)
+        : m_stream(TagLibFileName(path).constData(), /*openReadOnly=*/true)
+    {
+        using TagLib::IOStream;
+        // MPEG and FLAC take the ID3v2 frame factory before the flags; the others do not.
+        if constexpr (std::is_constructible_v<TagFile, IOStream*, TagLib::ID3v2::FrameFactory*, bool,
+                                              TagLib::AudioProperties::ReadStyle>)
+            m_file = std::make_unique<TagFile>(&m_stream, TagLib::ID3v2::FrameFactory::instance(), readProperties,
+                                               style);
+        else
+            m_file = std::make_unique<TagFile>(&m_stream, readProperties, style);
+    }
+    CReadOnlyTagFile(const CReadOnlyTagFile&) = delete;
+    CReadOnlyTagFile& operator=(const CReadOnlyTagFile&) = delete;
+
+    TagFile& operator*() const { return *m_file; }
+    TagFile* operator->() const { return m_file.get(); }
+
+private:
+    TagLib::FileStream m_stream; // outlives the file, which does not own it
+    std::unique_ptr<TagFile> m_file;
+};
