@@ -11,6 +11,7 @@
 
 #include "audio/CMediaReader.h"
 #include "audio/DecodeThread.h"
+#include "platform/FileKinds.h"
 #include "platform/MsvcRand.h"
 #include "platform/ProcessRunner.h"
 #include "platform/StringConv.h"
@@ -760,6 +761,9 @@ WCHAR* CAudioPlayer::ConvertToWma(const QString& inputName)
     const QString outputName = m_strTempPath + QStringLiteral("_tempPlayerWma") + QString::number(number) +
                                QStringLiteral(".wma");
     if (m_strAppPath.isEmpty())
+        return nullptr;
+    // A device or FIFO would keep the converter reading for ever.
+    if (!IsRegularFile(inputName))
         return nullptr;
     const QString program = m_strAppPath + QStringLiteral("ffmpeg");
     // Quoted so that the argument splitter gives every name back exactly, whatever it contains.

@@ -57,7 +57,8 @@ int CWatchedFile::Open(const std::string& path)
 {
     Close();
     m_strPath = path;
-    m_nFd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without blocking: opening a FIFO would wait for a writer.
+    m_nFd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (m_nFd < 0)
         return errno;
     if (::fstat(m_nFd, &m_known) != 0) {
@@ -69,6 +70,12 @@ int CWatchedFile::Open(const std::string& path)
         Close();
         return EISDIR;
     }
+    // A device never ends, a FIFO or socket cannot seek: only regular files hold songs.
+    if (!S_ISREG(m_known.st_mode)) {
+        Close();
+        return EINVAL;
+    }
+    ::fcntl(m_nFd, F_SETFL, ::fcntl(m_nFd, F_GETFL) & ~O_NONBLOCK);
     m_nNotify = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (m_nNotify >= 0 &&
         ::inotify_add_watch(m_nNotify, path.c_str(), kChangeEvents | IN_CLOSE_WRITE) < 0)

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <thread>
 
+#include "platform/FileKinds.h"
 #include "song/CId3Tag.h"
 
 #include <sys/resource.h>
@@ -48,14 +49,14 @@ QStringList FilesOf(const QStringList& paths, const std::atomic<bool>& bCancel)
     QStringList files;
     for (const QString& path : paths) {
         const QFileInfo info(path);
-        if (info.isFile()) {
+        if (IsRegularFile(path)) {
             files.append(info.absoluteFilePath());
         } else if (info.isDir()) {
             QStringList found;
             QDirIterator it(info.absoluteFilePath(), QDir::Files, QDirIterator::Subdirectories);
             while (it.hasNext() && !bCancel.load()) {
                 const QString file = it.next();
-                if (suffixes.contains(it.fileInfo().suffix().toLower()))
+                if (suffixes.contains(it.fileInfo().suffix().toLower()) && IsRegularFile(file))
                     found.append(file);
             }
             found.sort(Qt::CaseInsensitive);

@@ -11,9 +11,11 @@
 #include <memory>
 #include <taglib/audioproperties.h>
 #include <taglib/id3v2framefactory.h>
+#include <taglib/tbytevectorstream.h>
 #include <taglib/tfilestream.h>
 #include <type_traits>
 
+#include "platform/FileKinds.h"
 #include "song/TagLibText.h"
 
 // TagFile: a TagLib format class (MPEG::File, FLAC::File, ...) or TagLib::FileRef.
@@ -21,18 +23,22 @@ template <class TagFile>
 class CReadOnlyTagFile
 {
 public:
+    // A path that is not a regular file reads as an empty one: TagLib would read a device for ever.
     explicit CReadOnlyTagFile(const QString& path, bool readProperties = true,
                               TagLib::AudioProperties::ReadStyle style = TagLib::AudioProperties::Average)
-        : m_stream(TagLibFileName(path).constData(), /*openReadOnly=*/true)
     {
         using TagLib::IOStream;
+        if (IsRegularFile(path))
+            m_stream = std::make_unique<TagLib::FileStream>(TagLibFileName(path).constData(), /*openReadOnly=*/true);
+        else
+            m_stream = std::make_unique<TagLib::ByteVectorStream>(TagLib::ByteVector());
         // MPEG and FLAC take the ID3v2 frame factory before the flags; the others do not.
         if constexpr (std::is_constructible_v<TagFile, IOStream*, TagLib::ID3v2::FrameFactory*, bool,
                                               TagLib::AudioProperties::ReadStyle>)
-            m_file = std::make_unique<TagFile>(&m_stream, TagLib::ID3v2::FrameFactory::instance(), readProperties,
+            m_file = std::make_unique<TagFile>(m_stream.get(), TagLib::ID3v2::FrameFactory::instance(), readProperties,
                                                style);
         else
-            m_file = std::make_unique<TagFile>(&m_stream, readProperties, style);
+            m_file = std::make_unique<TagFile>(m_stream.get(), readProperties, style);
     }
     CReadOnlyTagFile(const CReadOnlyTagFile&) = delete;
     CReadOnlyTagFile& operator=(const CReadOnlyTagFile&) = delete;
@@ -41,6 +47,6 @@ public:
     TagFile* operator->() const { return m_file.get(); }
 
 private:
-    TagLib::FileStream m_stream; // outlives the file, which does not own it
+    std::unique_ptr<TagLib::IOStream> m_stream; // outlives the file, which does not own it
     std::unique_ptr<TagFile> m_file;
 };

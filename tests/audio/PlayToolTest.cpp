@@ -43,7 +43,9 @@ TEST(PlayTool, CapturesWhatItPlaysAndReportsFailures)
 TEST(PlayTool, NamesEachUnplayableFileWithAReason)
 {
     ScopedTempFolder folder;
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), folder.FilePath(QStringLiteral("device.mp3"))));
     const struct { QString path; const char* reason; } rows[] = {
+        {folder.FilePath(QStringLiteral("device.mp3")), "not a regular file"},
         {folder.FilePath(QStringLiteral("missing.mp3")), "no such file"},
         {folder.Path(), "is a folder"},
         {folder.WriteFile(QStringLiteral("garbage $(x); 'q'.mp3"), QByteArray(4000, '\x5a')), ""},

@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "SongFormat.h"
+#include "platform/FileKinds.h"
 #include "song/CId3Tag.h"
 
 namespace {
@@ -91,8 +92,10 @@ int main(int argc, char* argv[])
         ExtraEntries extras;
         // A record without its path is the reader's only way of saying it could not read the file.
         QString error;
-        if (!QFileInfo(file).isFile())
+        if (!QFileInfo::exists(file))
             error = QStringLiteral("no such file");
+        else if (!IsRegularFile(file))
+            error = QStringLiteral("not a regular file (a folder, device, FIFO or socket)");
         else if (song.m_strFilePath.isEmpty())
             error = QStringLiteral("not a readable audio file");
         if (!error.isEmpty()) {
