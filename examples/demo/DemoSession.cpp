@@ -24,13 +24,19 @@ QString SessionFile(const char* suffix)
 
 } // namespace
 
-void DemoWindow::SaveSession()
+bool DemoWindow::SaveSession(QString* error)
 {
-    QDir().mkpath(UserConfigFolder() + QStringLiteral("tunivox"));
+    // The playlist and the playing song are the user's own business: a folder only they can open.
+    if (!EnsurePrivateFolder(UserConfigFolder() + QStringLiteral("tunivox"))) {
+        *error = tr("the folder %1 cannot be made private").arg(UserConfigFolder() + QStringLiteral("tunivox"));
+        return false;
+    }
     QList<PlaylistFileEntry> entries;
     for (const QString& path : m_player->GetFiles().Items())
         entries.append({path, QString(), -1});
-    WritePlaylist(SessionFile("m3u8"), entries, PlaylistPaths::Absolute);
+    if (!WritePlaylist(SessionFile("m3u8"), entries, PlaylistPaths::Absolute, error))
+        return false;
+    QFile::setPermissions(SessionFile("m3u8"), QFile::ReadOwner | QFile::WriteOwner);
 
     QSettings settings(SessionFile("ini"), QSettings::IniFormat);
     settings.setValue(QStringLiteral("geometry"), saveGeometry());
@@ -45,6 +51,13 @@ void DemoWindow::SaveSession()
         settings.remove(QStringLiteral("song"));
         settings.remove(QStringLiteral("position"));
     }
+    settings.sync();
+    if (settings.status() != QSettings::NoError) {
+        *error = tr("%1 could not be written").arg(SessionFile("ini"));
+        return false;
+    }
+    QFile::setPermissions(SessionFile("ini"), QFile::ReadOwner | QFile::WriteOwner);
+    return true;
 }
 
 bool DemoWindow::RestoreSession()

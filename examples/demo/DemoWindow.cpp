@@ -1,5 +1,6 @@
 #include "DemoWindow.h"
 
+#include <cstdio>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -417,6 +418,23 @@ void DemoWindow::closeEvent(QCloseEvent* e)
 {
     if (m_player->AppIsAllreadyRunning(QStringLiteral("tplayer")))
         m_player->CloseExternalPlayer();
-    SaveSession();
+    QString error;
+    if (!SaveSession(&error)) {
+        const QString text = tr("The session could not be saved: %1").arg(error);
+        std::fprintf(stderr, "tunivox-demo: %s\n", text.toUtf8().constData());
+        // The listener sees why before the window goes; closing again quits with the last session kept.
+        if (!m_bCloseWithoutAsking && !m_bSaveFailureShown) {
+            m_bSaveFailureShown = true;
+            statusBar()->showMessage(text + tr(". Close again to quit; the session saved before stays."));
+            e->ignore();
+            return;
+        }
+    }
     QMainWindow::closeEvent(e);
+}
+
+void DemoWindow::CloseWithoutAsking()
+{
+    m_bCloseWithoutAsking = true;
+    close();
 }

@@ -29,7 +29,10 @@ public:
     void FallBackToNullDevice();
     // The playlist, the playing song and its position (restored paused), repeat, shuffle, volume and
     // geometry are saved on close; RestoreSession is false when no session was saved.
-    void SaveSession();
+    // False, with why in `error`, when a file could not be written; the files saved before stay.
+    bool SaveSession(QString* error);
+    // A close the program asks for (--quit-after) closes even when the session cannot be saved.
+    void CloseWithoutAsking();
     bool RestoreSession();
 
 protected:
@@ -59,4 +62,6 @@ private:
     QAction* m_openExternal = nullptr;
     QAction* m_closeExternal = nullptr;
     bool m_bTriedNull = false;
+    bool m_bSaveFailureShown = false; // a close after it goes through unsaved
+    bool m_bCloseWithoutAsking = false;
 };

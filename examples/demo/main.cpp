@@ -133,7 +133,7 @@ int main(int argc, char** argv)
         QTimer::singleShot(ms, &window, [&window, shot] {
             if (!shot.isEmpty())
                 SaveScreenshots(window, shot);
-            window.close();
+            window.CloseWithoutAsking();
         });
     } else if (parser.isSet(screenshot)) {
         const QString shot = parser.value(screenshot);

@@ -226,7 +226,11 @@ QByteArray FormatTypedSettingsText(const QMap<QString, QVariant>& map)
 CTypedSettings::CTypedSettings(const QString& filePath)
 {
     const QString path = filePath.isEmpty() ? DefaultFilePath() : filePath;
-    QDir().mkpath(QFileInfo(path).absolutePath());
+    // The user's own settings name the songs played and the folders kept: nobody else reads them.
+    if (filePath.isEmpty())
+        EnsurePrivateFolder(QFileInfo(path).absolutePath());
+    else
+        QDir().mkpath(QFileInfo(path).absolutePath());
     // QSettings keeps parsed files in a process-wide cache and does not parse an unchanged file
     // again, so a damaged file is recognised here, before anything could write over it.
     QFile file(path);
@@ -304,5 +308,6 @@ bool CTypedSettings::SetValue(const QString& key, const QString& name, const Typ
         return false;
     m_pSettings->setValue(group + QLatin1Char('/') + name, QVariant::fromValue(value));
     m_pSettings->sync();
+    QFile::setPermissions(FilePath(), QFile::ReadOwner | QFile::WriteOwner);
     return m_pSettings->status() == QSettings::NoError;
 }
