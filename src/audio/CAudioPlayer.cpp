@@ -1,5 +1,6 @@
 #include "audio/CAudioPlayer.h"
 
+#include <QFileInfo>
 #include <QStringDecoder>
 #include <cerrno>
 #include <chrono>
@@ -762,14 +763,14 @@ WCHAR* CAudioPlayer::ConvertToWma(const QString& inputName)
                                QStringLiteral(".wma");
     if (m_strAppPath.isEmpty())
         return nullptr;
-    // A device or FIFO would keep the converter reading for ever.
-    if (!IsRegularFile(inputName))
-        return nullptr;
     const QString program = m_strAppPath + QStringLiteral("ffmpeg");
     // Quoted so that the argument splitter gives every name back exactly, whatever it contains.
     const QString arguments = QStringLiteral(" -i  ") + QuoteWindowsArgument(inputName) + QStringLiteral(" ") +
                               QuoteWindowsArgument(outputName);
-    ExecuteProgramCloseProcess(program, arguments, 0);
+    // A device or FIFO would keep the converter reading for ever: it fails as a failed conversion.
+    const QFileInfo input(inputName);
+    if (IsRegularFile(inputName) || !input.exists())
+        ExecuteProgramCloseProcess(program, arguments, 0);
 
     const QByteArray narrow = ToNarrow(outputName);
     const int length = NarrowToWide(narrow.constData(), nullptr, 0);
