@@ -20,7 +20,11 @@ bool IsBlank(QChar c)
 
 pid_t Spawn(const QString& program, const QString& arguments, bool detached)
 {
-    const QStringList words = SplitWindowsCommandLine(program + QStringLiteral(" ") + arguments);
+    // The program is one word whatever it holds (a folder with a blank, a quote); only the
+    // arguments are split. An empty program takes the arguments' first word.
+    QStringList words = SplitWindowsCommandLine(program.isEmpty() ? arguments : QStringLiteral("x ") + arguments);
+    if (!program.isEmpty())
+        words.first() = program;
     if (words.isEmpty() || words.first().isEmpty())
         return -1;
     std::vector<QByteArray> narrow;

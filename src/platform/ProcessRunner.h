@@ -22,7 +22,8 @@ TUNIVOX_EXPORT QStringList SplitWindowsCommandLine(const QString& commandLine);
 // names, with \" and doubled backslashes where a quote follows.
 TUNIVOX_EXPORT QString QuoteWindowsArgument(const QString& argument);
 
-// Runs program + " " + arguments and waits for it to end. mode 1: the child keeps this process's
+// Runs `program` (one word, whatever it holds) with `arguments` split as a command line's, and waits
+// for it to end. mode 1: the child keeps this process's
 // terminal and priority; mode 0: no console (standard streams on /dev/null) and detached in a
 // session of its own; other values: detached. True when the program was started.
 TUNIVOX_EXPORT bool ExecuteProgramCloseProcess(const QString& program, const QString& arguments, int mode);

@@ -54,6 +54,15 @@ TEST(ProcessRunner, ReportsWhetherTheProgramStarted)
     const pid_t pid = ExecuteProgramHandle(QStringLiteral("sh"), QStringLiteral("-c \"exit 7\""), 1);
     ASSERT_GT(pid, 0);
     EXPECT_EQ(WaitForProgram(pid), 7);
+    // Installed under a folder with a blank: that program runs, not the folder's first word.
+    const QString program = folder.FilePath(QStringLiteral("with blank/run me"));
+    QFile::setPermissions(folder.WriteFile(QStringLiteral("with blank/run me"), "#!/bin/sh\nexit 5\n"),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(folder.WriteFile(QStringLiteral("with"), "#!/bin/sh\nexit 9\n"),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const pid_t blank = ExecuteProgramHandle(program, QStringLiteral("\"an argument\""), 1);
+    ASSERT_GT(blank, 0);
+    EXPECT_EQ(WaitForProgram(blank), 5);
 }
 
 // A stand-in converter in a folder of its own: records its arguments (NUL-separated) and writes a
