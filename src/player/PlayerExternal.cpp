@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/Folders.h"
@@ -32,9 +34,22 @@ void CMediaPlayerCtrl::StartTunivoxMplayer()
 
 void CMediaPlayerCtrl::PlayInExternalPlayer(int)
 {
-    QFile file(m_strListFolder + QStringLiteral("_tmpIntPlayer.m3u"));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    // The list folder may be shared (the current folder when the host set none): a link planted
+    // there is not followed, and a file of another user's is not written.
+    const QByteArray path = QFile::encodeName(m_strListFolder + QStringLiteral("_tmpIntPlayer.m3u"));
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
+    if (fd < 0)
         return;
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_uid != ::getuid() || ::ftruncate(fd, 0) != 0) {
+        ::close(fd);
+        return;
+    }
+    QFile file;
+    if (!file.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return;
+    }
     QByteArray buffer;
     for (int i = 0; i < count(); ++i)
         buffer += (m_arrFiles.GetAt(i) + QLatin1Char(',') + m_arrTitles.GetAt(i)).toUtf8() + "\r\n";

@@ -26,6 +26,26 @@ TEST(ExternalPlayer, ListFileHoldsPathCommaTitleLines)
     ASSERT_TRUE(list.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(list.readAll()),
               QStringLiteral("/m/a, b.mp3,Ärtist - Song\r\n/m/c.mp3,C\r\n"));
+
+    // In a shared folder, a link planted under the list's name is not followed, and a list file
+    // of another user's (only root can make one here) is left alone.
+    ScopedTempFolder shared;
+    f.ctrl->SetListFolder(shared.Path());
+    const QString victim = shared.WriteFile(QStringLiteral("victim"), "precious");
+    ASSERT_TRUE(QFile::link(victim, shared.FilePath(QStringLiteral("_tmpIntPlayer.m3u"))));
+    f.ctrl->PlayInExternalPlayer(1);
+    QFile kept(victim);
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), QByteArray("precious"));
+    if (getuid() == 0) {
+        QFile::remove(shared.FilePath(QStringLiteral("_tmpIntPlayer.m3u")));
+        const QString theirs = shared.WriteFile(QStringLiteral("_tmpIntPlayer.m3u"), "theirs");
+        ASSERT_EQ(chown(QFile::encodeName(theirs).constData(), 65534, 65534), 0);
+        f.ctrl->PlayInExternalPlayer(1);
+        QFile untouched(theirs);
+        ASSERT_TRUE(untouched.open(QIODevice::ReadOnly));
+        EXPECT_EQ(untouched.readAll(), QByteArray("theirs"));
+    }
 }
 
 TEST(ExternalPlayer, ProcessesAreFoundAndEndedByExactName)
