@@ -31,7 +31,8 @@ struct SyncedLyricsSyllable
 // LRC text to lines. Every "[mm:ss]", "[mm:ss.x]", "[mm:ss.xx]" or "[mm:ss.xxx]" at a line's start
 // gives that line one entry; "[offset:+/-ms]" moves every time earlier (+) or later (-); other
 // "[tag:…]" lines and lines without a time are left out; word times ("<mm:ss.xx>") are dropped
-// from the text. Text without a single time gives no lines.
+// from the text. Text without a single time gives no lines. Read in one pass; the first 1,000 times
+// of a line and the first 1 Mi characters of the text count.
 TUNIVOX_EXPORT CSyncedLyrics ParseLrcLyrics(const QString& text);
 // SYLT entries to lines (syllables joined into their line).
 TUNIVOX_EXPORT CSyncedLyrics SyncedLyricsFromSyllables(const QVector<SyncedLyricsSyllable>& syllables);

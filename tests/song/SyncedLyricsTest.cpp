@@ -59,9 +59,19 @@ TEST(SyncedLyrics, LrcTextReadsAsTimedLines)
         {"CRLF, byte order mark, an empty line", QStringLiteral("\uFEFF[00:01.00]a\r\n[00:02.00]\r\n"), "1000=a|2000="},
         {"no times at all", QStringLiteral("Just words\n[Chorus]\nmore"), ""},
         {"seconds past 59", QStringLiteral("[00:75.00]x"), ""},
+        {"a time after the text is text", QStringLiteral("[00:01]a [00:02]b"), "1000=a [00:02]b"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(Show(ParseLrcLyrics(c.text)), QLatin1String(c.pszExpected)) << c.pszName;
+
+    // A line of 5,000 times gives its first 1,000, and the text after them.
+    QString many;
+    for (int i = 0; i < 5000; ++i)
+        many += QStringLiteral("[%1:00.00]").arg(i, 2, 10, QLatin1Char('0'));
+    const CSyncedLyrics lines = ParseLrcLyrics(many + QStringLiteral(" words"));
+    ASSERT_EQ(lines.size(), 1000);
+    EXPECT_EQ(lines.last().nTimeMs, 999 * 60000);
+    EXPECT_EQ(lines.last().strText, QStringLiteral("words"));
 }
 
 TEST(SyncedLyrics, SyltEntriesJoinIntoLinesAndTimesFindTheirLine)
