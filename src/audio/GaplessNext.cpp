@@ -68,13 +68,15 @@ HRESULT CAudioPlayer::PrepareNext(const char* fileName)
     HRESULT hr = m_pNextReader->Open(m_pwszNextFileName);
     if (SUCCEEDED(hr))
         hr = ConfigureNextOutput();
-    if (SUCCEEDED(hr))
-        ReadNextDuration();
     if (FAILED(hr)) {
         SetError("Could not open the song that follows.");
         m_pNextReader->Close();
         return hr;
     }
+    ReadNextDuration();
+    // Here, not on the decoding thread: reading the tags is file I/O.
+    m_pNextSegment->Begin(QString::fromUtf8(fileName));
+    m_pNextSegment->ApplyOptions(m_replayGain);
     m_nNextSong.store(kNextReady, std::memory_order_release);
     return S_OK;
 }
@@ -117,6 +119,7 @@ bool CAudioPlayer::TakeHeardSong()
     // The decoding thread reads the heard song already and no longer touches the one that ended.
     std::swap(m_pReader, m_pNextReader);
     std::swap(m_pwszFileName, m_pwszNextFileName);
+    std::swap(m_pSegment, m_pNextSegment);
     m_dwAudioOutput = m_dwNextAudioOutput;
     m_qwDuration = m_qwNextDuration;
     if (m_bNextHasDuration)
@@ -168,12 +171,17 @@ HRESULT CAudioPlayer::CancelNext()
     return Play(position);
 }
 
-// Decoding thread: at the end of the open song, go on with the prepared one in the same block.
+// Decoding thread: at the end of the open song, go on with the prepared one in the same block. The
+// block's bytes so far go through the audio path as the song that ended, the rest as the new one.
 bool CAudioPlayer::JoinNextSong(WAVEHDR* currentBlock)
 {
     int expected = kNextReady;
     if (!m_nNextSong.compare_exchange_strong(expected, kNextJoined, std::memory_order_acq_rel))
         return false;
+    ProcessBlockUpTo(currentBlock, static_cast<DWORD>(currentBlock->dwUser));
+    m_audioPath.Reset();
+    m_pFinishedSegment = m_pDecodingSegment;
+    m_pDecodingSegment = m_pNextSegment;
     m_pFinishedReader = m_pDecodingReader;
     m_pDecodingReader = m_pNextReader;
     m_wDecodingStream = static_cast<WORD>(m_dwNextAudioOutput & 0xFFFFu);
@@ -191,6 +199,7 @@ void CAudioPlayer::UnjoinNextSong()
         return;
     m_pDecodingReader->SetRange(0, 0);
     m_pDecodingReader = m_pFinishedReader;
+    m_pDecodingSegment = m_pFinishedSegment;
     m_wDecodingStream = static_cast<WORD>(m_dwAudioOutput & 0xFFFFu);
     m_nNextSong.store(kNextReady, std::memory_order_release);
 }
