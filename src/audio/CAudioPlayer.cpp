@@ -131,6 +131,7 @@ HRESULT CAudioPlayer::Open(const char* fileName)
     delete[] m_pwszFileName;
     m_pwszFileName = nullptr;
     m_pSegment->Begin(QString::fromUtf8(fileName));
+    m_szNextFailure[0] = 0;
 
     const int length = NarrowToWide(fileName, nullptr, 0);
     if (length == 0) {

@@ -140,8 +140,11 @@ public:
     // headers, Opus pre-skip, edit-list priming) are trimmed either way.
     void SetGapless(bool bGapless);
     // Opens the song that follows (kNextReady) and reads its ReplayGain values. Replaces one that is
-    // only prepared; E_UNEXPECTED once one is joined or heard and not yet taken.
+    // only prepared; E_UNEXPECTED once one is joined or heard and not yet taken. On failure the open
+    // song ends alone and GetNextFailure says why.
     HRESULT PrepareNext(const char* fileName);
+    // Why the last PrepareNext failed; empty once one succeeded, and after Open.
+    const char* GetNextFailure() const { return m_szNextFailure; }
     int GetNextState() const;
     // Heard: makes it the open song (reader, output, duration, name) and returns true.
     bool TakeHeardSong();
@@ -203,6 +206,7 @@ private:
     void SetError(const char* text);
     void AppendError(const char* text);
 
+    HRESULT FailNext(const char* text, HRESULT hr);
     void ProcessBlockUpTo(WAVEHDR* block, DWORD end);
 
     CEventGroup m_eventGroup;
@@ -226,6 +230,7 @@ private:
     bool m_bNextHasDuration = false;
     std::atomic<int> m_nNextSong{kNextNone};
     std::atomic<WAVEHDR*> m_pJoinBlock{nullptr}; // holds the next song's first sample, while joined
+    char m_szNextFailure[256] = {};
     // Decoding thread only.
     CMediaReader* m_pDecodingReader = nullptr;
     CMediaReader* m_pFinishedReader = nullptr;

@@ -204,6 +204,26 @@ INSTANTIATE_TEST_SUITE_P(Modes, GaplessAlbumGain,
                                            AlbumGainCase{"Album", ReplayGainMode::Album, {-2, -2, 3}}),
                          [](const ::testing::TestParamInfo<AlbumGainCase>& info) { return std::string(info.param.name); });
 
+// A song that cannot be prepared is reported, not dropped in silence, and the open one ends alone.
+TEST(GaplessPrepare, FailureIsReportedAndTheSongEndsAlone)
+{
+    ScopedNullDevice device(kSpeed);
+    CAudioPlayer player;
+    ASSERT_EQ(player.Init(), S_OK);
+    player.SetGapless(true);
+    ASSERT_EQ(player.Open(Part(1, "flac").toUtf8().constData()), S_OK);
+    ASSERT_EQ(player.Play(0), S_OK);
+    for (const char* name : {"not-audio.mp3", "no-such-song.flac"}) {
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(FAILED(player.PrepareNext(FixturePath(QString::fromLatin1(name)).toUtf8().constData())));
+        EXPECT_STRNE(player.GetNextFailure(), "");
+        EXPECT_EQ(player.GetNextState(), CAudioPlayer::kNextNone);
+    }
+    ASSERT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 20000));
+    EXPECT_EQ(device.Captured().size(), kCutFrames[0] * 4 - kCutFrames[0] * 4 % kBlockBytes);
+    EXPECT_EQ(player.Stop(), S_OK);
+}
+
 // A seek back into the song heard while the next one is already queued behind it keeps the next one
 // prepared; a cancel then lets the song end alone.
 TEST(GaplessCancel, SeekKeepsTheNextSongAndCancelDropsIt)
