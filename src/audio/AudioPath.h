@@ -24,7 +24,7 @@ public:
         m_stages[m_nStages++] = stage;
         return true;
     }
-    void Process(BYTE* pcm, DWORD bytes, const SongSegment& song) const
+    void Process(BYTE* pcm, DWORD bytes, const CSongSegment& song) const
     {
         for (std::size_t i = 0; i < m_nStages && bytes > 0; ++i)
             m_stages[i]->Process(pcm, bytes, song);

@@ -5,19 +5,19 @@
 //
 // Threading contract
 // - The decoding thread calls Process and Reset while it streams: no allocation, I/O, logging,
-//   lock or wait in them. A stage takes what it needs at construction or from the SongSegment.
+//   lock or wait in them. A stage takes what it needs at construction or from the song segment.
 // - The control's thread calls LatencyFrames, and builds the path before Play.
 
 #include "audio/WaveTypes.h"
 
-class SongSegment;
+class CSongSegment;
 
 class IAudioStage
 {
 public:
     virtual ~IAudioStage() = default;
     // `bytes` of interleaved PCM of the fixed output format, all of one song.
-    virtual void Process(BYTE* pcm, DWORD bytes, const SongSegment& song) = 0;
+    virtual void Process(BYTE* pcm, DWORD bytes, const CSongSegment& song) = 0;
     // Frames the stage holds back: sound leaves it this much later than it came in.
     virtual DWORD LatencyFrames() const = 0;
     // The stream was broken (a seek) or a song joined: forget what was carried over.

@@ -25,9 +25,9 @@
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
 // - Every block passes the audio path (AudioPath.h, ReplayGain first) on the decoding thread just
-//   before it is queued; each part of it with the SongSegment of the song it came from, so a block
-//   holding a gapless join is processed in two parts. m_pSegment (the song heard) and m_pNextSegment
-//   change hands with the readers (below); the decoding thread reads only their atomic gain.
+//   before it is queued, each part of it with the segment (CSongSegment) of the song it came from:
+//   a block holding a gapless join is processed in two parts. m_pSegment (the song heard) and
+//   m_pNextSegment change hands with the readers (below); the decoding thread reads only their gain.
 // - ReplayGain, the output device and device recovery are off or empty by default; the UI thread sets
 //   them. The device moves through waveOutSwitchDevice, whose wait is bounded (5 s).
 // - Gapless playback (PrepareNext and the rest, below): m_nNextSong says who owns the next reader.
@@ -211,9 +211,9 @@ private:
 
     CEventGroup m_eventGroup;
     ReplayGainOptions m_replayGain;
-    SongSegment m_segments[2];
-    SongSegment* m_pSegment = &m_segments[0];     // the open song's (owned like m_pReader)
-    SongSegment* m_pNextSegment = &m_segments[1]; // the next song's (owned like m_pNextReader)
+    CSongSegment m_segments[2];
+    CSongSegment* m_pSegment = &m_segments[0];     // the open song's (owned like m_pReader)
+    CSongSegment* m_pNextSegment = &m_segments[1]; // the next song's (owned like m_pNextReader)
     CGainStage m_gainStage;
     CAudioPath m_audioPath;
     std::atomic<DWORD> m_dwHandBackMs{0};
@@ -234,8 +234,8 @@ private:
     // Decoding thread only.
     CMediaReader* m_pDecodingReader = nullptr;
     CMediaReader* m_pFinishedReader = nullptr;
-    SongSegment* m_pDecodingSegment = nullptr;
-    SongSegment* m_pFinishedSegment = nullptr;
+    CSongSegment* m_pDecodingSegment = nullptr;
+    CSongSegment* m_pFinishedSegment = nullptr;
     DWORD m_dwBlockProcessed = 0; // bytes of the current block that went through the audio path
     WORD m_wDecodingStream = 0;
 };

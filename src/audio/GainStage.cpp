@@ -6,7 +6,7 @@
 
 #include "audio/SongSegment.h"
 
-void CGainStage::Process(BYTE* pcm, DWORD bytes, const SongSegment& song)
+void CGainStage::Process(BYTE* pcm, DWORD bytes, const CSongSegment& song)
 {
     const DWORD gain = song.Gain();
     if (gain == kUnityGain)

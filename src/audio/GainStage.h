@@ -10,7 +10,7 @@
 class CGainStage final : public IAudioStage
 {
 public:
-    void Process(BYTE* pcm, DWORD bytes, const SongSegment& song) override;
+    void Process(BYTE* pcm, DWORD bytes, const CSongSegment& song) override;
     DWORD LatencyFrames() const override { return 0; }
     void Reset() override {}
 };

@@ -2,7 +2,7 @@
 
 #include "song/ReplayGainTags.h"
 
-void SongSegment::Begin(const QString& path)
+void CSongSegment::Begin(const QString& path)
 {
     m_strPath = path;
     m_values = {};
@@ -11,7 +11,7 @@ void SongSegment::Begin(const QString& path)
     m_dwGain.store(kUnityGain, std::memory_order_relaxed);
 }
 
-void SongSegment::ApplyOptions(const ReplayGainOptions& options)
+void CSongSegment::ApplyOptions(const ReplayGainOptions& options)
 {
     if (options.eMode != ReplayGainMode::Off && !m_bValuesRead) {
         m_values = ReadReplayGain(m_strPath);

@@ -14,7 +14,7 @@
 
 #include "audio/ReplayGain.h"
 
-class SongSegment
+class CSongSegment
 {
 public:
     // A new song at `path`: its values are read by the first ApplyOptions that needs them.
