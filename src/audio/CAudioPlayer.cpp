@@ -57,7 +57,10 @@ CMediaReader* CreateSyncReader()
 
 } // namespace
 
-CAudioPlayer::CAudioPlayer() = default;
+CAudioPlayer::CAudioPlayer()
+{
+    m_audioPath.Add(&m_gainStage);
+}
 
 CAudioPlayer::~CAudioPlayer()
 {
@@ -129,9 +132,8 @@ HRESULT CAudioPlayer::Open(const char* fileName)
     Close();
     delete[] m_pwszFileName;
     m_pwszFileName = nullptr;
-    m_strOpenedName = QString::fromUtf8(fileName);
-    m_bReplayGainRead = false;
-    m_replayGainValues = {};
+    m_pSegment->Begin(QString::fromUtf8(fileName));
+    m_szNextFailure[0] = 0;
 
     const int length = NarrowToWide(fileName, nullptr, 0);
     if (length == 0) {
@@ -172,27 +174,17 @@ HRESULT CAudioPlayer::Open(const char* fileName)
         Close();
         return hr;
     }
-    UpdateReplayGain();
+    m_pSegment->ApplyOptions(m_replayGain);
     return hr;
 }
 
 void CAudioPlayer::SetReplayGain(const ReplayGainOptions& options)
 {
     m_replayGain = options;
-    UpdateReplayGain();
-}
-
-void CAudioPlayer::UpdateReplayGain()
-{
-    if (m_replayGain.eMode != ReplayGainMode::Off && m_bOpened && !m_bReplayGainRead) {
-        m_replayGainValues = ReadReplayGain(m_strOpenedName);
-        m_bReplayGainRead = true;
-    }
-    m_replayGainApplied = ChooseReplayGain(m_replayGain, m_replayGainValues);
-    m_dwBlockGain.store(m_replayGainApplied.eSource == ReplayGainSource::None
-                            ? WAVE_GAIN_UNITY
-                            : BlockGainFromDb(m_replayGainApplied.dGainDb),
-                        std::memory_order_relaxed);
+    m_pSegment->ApplyOptions(options);
+    // A song prepared to follow changes too: its blocks may be queued already.
+    if (GetNextState() != kNextNone)
+        m_pNextSegment->ApplyOptions(options);
 }
 
 HRESULT CAudioPlayer::SetOutputDevice(const std::string& name)
@@ -623,6 +615,7 @@ EngineWaitResult CAudioPlayer::WaitForCommand()
         }
         const HRESULT hr = m_pDecodingReader->SetRange(m_qwStartTime, 0);
         if (SUCCEEDED(hr) && tries < kSeekDrainTries) {
+            m_audioPath.Reset();
             m_bPaused = FALSE;
             return kWaitRestartAtSeek;
         }
@@ -640,6 +633,9 @@ void CAudioPlayer::DecodeThread()
     const QWORD blockTime = static_cast<QWORD>(m_dwBlockSize) * kUnitsPerSecond / bytesPerSecond;
     auto* headers = reinterpret_cast<WAVEHDR*>(m_pBlocks);
     m_pDecodingReader = m_pReader;
+    m_pDecodingSegment = m_pSegment;
+    m_dwBlockProcessed = 0;
+    m_audioPath.Reset();
     m_wDecodingStream = static_cast<WORD>(m_dwAudioOutput & 0xFFFFu); // the output number, deliberately
     m_pJoinBlock.store(nullptr, std::memory_order_release);
 
@@ -692,7 +688,7 @@ void CAudioPlayer::DecodeThread()
             data += room;
             left -= room;
             block->dwBufferLength = m_dwBlockSize;
-            SetBlockGain(block, m_dwBlockGain.load(std::memory_order_relaxed));
+            ProcessBlockUpTo(block, m_dwBlockSize);
             waveOutPrepareHeader(device, block, kHeaderSize);
             std::memcpy(block->lpData + m_dwBlockSize, &time, sizeof(time));
             time += blockTime;
@@ -724,6 +720,7 @@ void CAudioPlayer::DecodeThread()
             m_nCurrentBlock = (m_nCurrentBlock + 1) % m_nBlockCount;
             block = &headers[m_nCurrentBlock];
             block->dwUser = 0;
+            m_dwBlockProcessed = 0;
             if (result == kWaitRestartAtSeek) {
                 prebuffering = true;
                 break;
@@ -751,6 +748,16 @@ void CAudioPlayer::DecodeThread()
     if (FAILED(hr))
         m_hrThread = hr;
     m_bPlaying = FALSE;
+}
+
+// Decoding thread: the block's bytes up to `end` that have not been through the audio path go
+// through it, as the song being decoded.
+void CAudioPlayer::ProcessBlockUpTo(WAVEHDR* block, DWORD end)
+{
+    if (end > m_dwBlockProcessed)
+        m_audioPath.Process(reinterpret_cast<BYTE*>(block->lpData) + m_dwBlockProcessed, end - m_dwBlockProcessed,
+                            *m_pDecodingSegment);
+    m_dwBlockProcessed = end;
 }
 
 WCHAR* CAudioPlayer::ConvertToWma(const QString& inputName)

@@ -24,9 +24,12 @@
 // - Streaming does no allocation, logging or unbounded wait: the blocks are one allocation made in
 //   Play, every wait is bounded (500 ms for commands, 2000 ms for Stop). The reader follows its file
 //   through a tag writer's rewrite on the decoding thread (see CMediaReader), never on the callback.
+// - Every block passes the audio path (AudioPath.h, ReplayGain first) on the decoding thread just
+//   before it is queued, each part of it with the segment (CSongSegment) of the song it came from:
+//   a block holding a gapless join is processed in two parts. m_pSegment (the song heard) and
+//   m_pNextSegment change hands with the readers (below); the decoding thread reads only their gain.
 // - ReplayGain, the output device and device recovery are off or empty by default; the UI thread sets
-//   them. The decoding thread reads the block gain (an atomic) as it queues each block; the device
-//   moves through waveOutSwitchDevice, whose wait is bounded (5 s).
+//   them. The device moves through waveOutSwitchDevice, whose wait is bounded (5 s).
 // - Gapless playback (PrepareNext and the rest, below): m_nNextSong says who owns the next reader.
 //   kNextNone, kNextReady: the control's thread (Ready hands it to the decoding thread, which may join
 //   it at the end of the open song: Ready -> Joined, one compare-and-swap). Joined, Reverting: the
@@ -40,7 +43,10 @@
 #include <mutex>
 #include <string>
 
+#include "audio/AudioPath.h"
+#include "audio/GainStage.h"
 #include "audio/ReplayGain.h"
+#include "audio/SongSegment.h"
 #include "audio/WaitableEvent.h"
 #include "audio/WaveOut.h"
 #include "audio/WaveTypes.h"
@@ -99,12 +105,13 @@ public:
     DWORD GetCurrentSeconds() const;
     DWORD GetDurationSeconds() const;
 
-    // ReplayGain of the songs opened from now on, and of the open one at once (blocks queued from
-    // now on carry the new gain). Open reads the file's values when the mode is not Off.
+    // ReplayGain of the songs opened or prepared from now on, and of the open and the prepared one at
+    // once (blocks queued from now on carry the new gain). Open and PrepareNext read the file's
+    // values when the mode is not Off.
     void SetReplayGain(const ReplayGainOptions& options);
     ReplayGainOptions GetReplayGain() const { return m_replayGain; }
-    // What the open song plays at.
-    ReplayGainApplied GetReplayGainApplied() const { return m_replayGainApplied; }
+    // What the song heard plays at: the open song's, the next song's once TakeHeardSong took it.
+    ReplayGainApplied GetReplayGainApplied() const { return m_pSegment->Applied(); }
 
     // The ALSA device to play to (empty: the wave mapper's). While playing, the sound moves there
     // at the first frame not heard; when it cannot be opened the old device plays on, the choice
@@ -132,9 +139,12 @@ public:
     // edit list), from the next Open on. Delay and padding that FFmpeg trims itself (LAME/Xing
     // headers, Opus pre-skip, edit-list priming) are trimmed either way.
     void SetGapless(bool bGapless);
-    // Opens the song that follows (kNextReady). Replaces one that is only prepared; E_UNEXPECTED
-    // once one is joined or heard and not yet taken.
+    // Opens the song that follows (kNextReady) and reads its ReplayGain values. Replaces one that is
+    // only prepared; E_UNEXPECTED once one is joined or heard and not yet taken. On failure the open
+    // song ends alone and GetNextFailure says why.
     HRESULT PrepareNext(const char* fileName);
+    // Why the last PrepareNext failed; empty once one succeeded, and after Open.
+    const char* GetNextFailure() const { return m_szNextFailure; }
     int GetNextState() const;
     // Heard: makes it the open song (reader, output, duration, name) and returns true.
     bool TakeHeardSong();
@@ -196,15 +206,16 @@ private:
     void SetError(const char* text);
     void AppendError(const char* text);
 
-    void UpdateReplayGain();
+    HRESULT FailNext(const char* text, HRESULT hr);
+    void ProcessBlockUpTo(WAVEHDR* block, DWORD end);
 
     CEventGroup m_eventGroup;
     ReplayGainOptions m_replayGain;
-    ReplayGainValues m_replayGainValues;
-    bool m_bReplayGainRead = false;
-    QString m_strOpenedName;
-    ReplayGainApplied m_replayGainApplied;
-    std::atomic<DWORD> m_dwBlockGain{WAVE_GAIN_UNITY};
+    CSongSegment m_segments[2];
+    CSongSegment* m_pSegment = &m_segments[0];     // the open song's (owned like m_pReader)
+    CSongSegment* m_pNextSegment = &m_segments[1]; // the next song's (owned like m_pNextReader)
+    CGainStage m_gainStage;
+    CAudioPath m_audioPath;
     std::atomic<DWORD> m_dwHandBackMs{0};
     std::string m_strOutputDevice;
     unsigned m_nRecoveryMs = 0;
@@ -219,8 +230,12 @@ private:
     bool m_bNextHasDuration = false;
     std::atomic<int> m_nNextSong{kNextNone};
     std::atomic<WAVEHDR*> m_pJoinBlock{nullptr}; // holds the next song's first sample, while joined
+    char m_szNextFailure[256] = {};
     // Decoding thread only.
     CMediaReader* m_pDecodingReader = nullptr;
     CMediaReader* m_pFinishedReader = nullptr;
+    CSongSegment* m_pDecodingSegment = nullptr;
+    CSongSegment* m_pFinishedSegment = nullptr;
+    DWORD m_dwBlockProcessed = 0; // bytes of the current block that went through the audio path
     WORD m_wDecodingStream = 0;
 };

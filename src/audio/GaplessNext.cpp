@@ -3,6 +3,7 @@
 // of the open one) and the device callback's (noticing that its first block was heard) are in
 // CAudioPlayer.cpp; the ownership rules are in CAudioPlayer.h.
 #include <QString>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -41,21 +42,26 @@ int CAudioPlayer::GetNextState() const
     return m_nNextSong.load(std::memory_order_acquire);
 }
 
+HRESULT CAudioPlayer::FailNext(const char* text, HRESULT hr)
+{
+    SetError(text);
+    std::snprintf(m_szNextFailure, sizeof(m_szNextFailure), "%s", text);
+    return hr;
+}
+
 HRESULT CAudioPlayer::PrepareNext(const char* fileName)
 {
     if (!fileName)
-        return E_INVALIDARG;
+        return FailNext("No song to follow was named.", E_INVALIDARG);
     if (!m_pReader || !m_bOpened || !m_pWaveFormat)
-        return E_UNEXPECTED;
+        return FailNext("No song is open for another to follow.", E_UNEXPECTED);
     int expected = kNextReady;
-    if (!m_nNextSong.compare_exchange_strong(expected, kNextNone, std::memory_order_acq_rel) && expected != kNextNone) {
-        SetError("The song that follows is already playing.");
-        return E_UNEXPECTED;
-    }
+    if (!m_nNextSong.compare_exchange_strong(expected, kNextNone, std::memory_order_acq_rel) && expected != kNextNone)
+        return FailNext("The song that follows is already playing.", E_UNEXPECTED);
     if (!m_pNextReader) {
         m_pNextReader = new (std::nothrow) CMediaReader();
         if (!m_pNextReader)
-            return E_OUTOFMEMORY;
+            return FailNext("Insufficient memory", E_OUTOFMEMORY);
         m_pNextReader->SetCancelCheck(
             [](void* player) { return static_cast<CAudioPlayer*>(player)->m_nCommand.load() == 1; }, this);
         m_pNextReader->SetTrimEndPadding(m_bGapless);
@@ -64,17 +70,19 @@ HRESULT CAudioPlayer::PrepareNext(const char* fileName)
     delete[] m_pwszNextFileName;
     m_pwszNextFileName = WideCopy(fileName);
     if (!m_pwszNextFileName)
-        return E_OUTOFMEMORY;
+        return FailNext("Insufficient memory", E_OUTOFMEMORY);
     HRESULT hr = m_pNextReader->Open(m_pwszNextFileName);
     if (SUCCEEDED(hr))
         hr = ConfigureNextOutput();
-    if (SUCCEEDED(hr))
-        ReadNextDuration();
     if (FAILED(hr)) {
-        SetError("Could not open the song that follows.");
         m_pNextReader->Close();
-        return hr;
+        return FailNext("Could not open the song that follows.", hr);
     }
+    ReadNextDuration();
+    // Here, not on the decoding thread: reading the tags is file I/O.
+    m_pNextSegment->Begin(QString::fromUtf8(fileName));
+    m_pNextSegment->ApplyOptions(m_replayGain);
+    m_szNextFailure[0] = 0;
     m_nNextSong.store(kNextReady, std::memory_order_release);
     return S_OK;
 }
@@ -117,6 +125,7 @@ bool CAudioPlayer::TakeHeardSong()
     // The decoding thread reads the heard song already and no longer touches the one that ended.
     std::swap(m_pReader, m_pNextReader);
     std::swap(m_pwszFileName, m_pwszNextFileName);
+    std::swap(m_pSegment, m_pNextSegment);
     m_dwAudioOutput = m_dwNextAudioOutput;
     m_qwDuration = m_qwNextDuration;
     if (m_bNextHasDuration)
@@ -168,12 +177,17 @@ HRESULT CAudioPlayer::CancelNext()
     return Play(position);
 }
 
-// Decoding thread: at the end of the open song, go on with the prepared one in the same block.
+// Decoding thread: at the end of the open song, go on with the prepared one in the same block. The
+// block's bytes so far go through the audio path as the song that ended, the rest as the new one.
 bool CAudioPlayer::JoinNextSong(WAVEHDR* currentBlock)
 {
     int expected = kNextReady;
     if (!m_nNextSong.compare_exchange_strong(expected, kNextJoined, std::memory_order_acq_rel))
         return false;
+    ProcessBlockUpTo(currentBlock, static_cast<DWORD>(currentBlock->dwUser));
+    m_audioPath.Reset();
+    m_pFinishedSegment = m_pDecodingSegment;
+    m_pDecodingSegment = m_pNextSegment;
     m_pFinishedReader = m_pDecodingReader;
     m_pDecodingReader = m_pNextReader;
     m_wDecodingStream = static_cast<WORD>(m_dwNextAudioOutput & 0xFFFFu);
@@ -191,6 +205,7 @@ void CAudioPlayer::UnjoinNextSong()
         return;
     m_pDecodingReader->SetRange(0, 0);
     m_pDecodingReader = m_pFinishedReader;
+    m_pDecodingSegment = m_pFinishedSegment;
     m_wDecodingStream = static_cast<WORD>(m_dwAudioOutput & 0xFFFFu);
     m_nNextSong.store(kNextReady, std::memory_order_release);
 }

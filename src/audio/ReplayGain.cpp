@@ -49,12 +49,12 @@ ReplayGainApplied ChooseReplayGain(const ReplayGainOptions& options, const Repla
     return applied;
 }
 
-DWORD BlockGainFromDb(double gainDb)
+DWORD GainStepsFromDb(double gainDb)
 {
     const double factor = std::pow(10.0, std::clamp(gainDb, kMinGainDb, kMaxGainDb) / 20.0);
     // Rounded down, so that a gain limited to the peak never rounds past it.
     const auto steps = static_cast<DWORD>(std::floor(factor * kUnity));
-    return steps == static_cast<DWORD>(kUnity) ? 0 : std::max<DWORD>(steps, 1);
+    return steps == static_cast<DWORD>(kUnity) ? kUnityGain : std::max<DWORD>(steps, 1);
 }
 
 QString ReplayGainModeName(ReplayGainMode mode)

@@ -1,7 +1,7 @@
 #pragma once
 // How loud the engine plays a song from its ReplayGain values: the mode (off, track, album), a
 // pre-amp, clipping prevention from the peak, and a gain for files without values. The result is
-// a factor the wave device multiplies into its volume stage (BlockGain in WaveOut.h).
+// a factor the gain stage (GainStage.h) multiplies into each song's samples.
 //
 // Threading: plain values and pure functions.
 
@@ -34,8 +34,9 @@ struct ReplayGainApplied
 
 TUNIVOX_EXPORT ReplayGainApplied ChooseReplayGain(const ReplayGainOptions& options, const ReplayGainValues& values);
 
-// The gain as a block gain: 1/65536 steps, 0 = unity (also for 0 dB).
-TUNIVOX_EXPORT DWORD BlockGainFromDb(double gainDb);
+// A gain as a factor in 1/65536 steps; kUnityGain (also for 0 dB) leaves the samples untouched.
+inline constexpr DWORD kUnityGain = 0;
+TUNIVOX_EXPORT DWORD GainStepsFromDb(double gainDb);
 
 // "Off", "Track", "Album"; and back (false for any other text).
 TUNIVOX_EXPORT QString ReplayGainModeName(ReplayGainMode mode);

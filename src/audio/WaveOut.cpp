@@ -42,29 +42,10 @@ bool IsValidPcm(const WAVEFORMATEX* format)
            format->nAvgBytesPerSec == format->nSamplesPerSec * format->nBlockAlign;
 }
 
-// Both channel factors in 1/65536 steps; the product is rounded to nearest and kept in range.
-void ApplyVolumeAndGain(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels, DWORD gain)
-{
-    const std::int64_t factors[2] = {static_cast<std::int64_t>(volume & 0xFFFFu) * gain / 0xFFFF,
-                                     static_cast<std::int64_t>(volume >> 16) * gain / 0xFFFF};
-    const std::size_t count = bytes / 2;
-    for (std::size_t i = 0; i < count; ++i) {
-        std::int16_t sample;
-        std::memcpy(&sample, source + 2 * i, 2);
-        const std::int64_t scaled = (sample * factors[channels == 2 ? (i & 1) : 0] + 32768) >> 16;
-        sample = static_cast<std::int16_t>(std::clamp<std::int64_t>(scaled, -32768, 32767));
-        std::memcpy(target + 2 * i, &sample, 2);
-    }
-}
-
 } // namespace
 
-void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels, DWORD gain)
+void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels)
 {
-    if (gain != WAVE_GAIN_UNITY) {
-        ApplyVolumeAndGain(source, target, bytes, volume, channels, gain);
-        return;
-    }
     if (volume == 0xFFFFFFFFu) {
         std::memcpy(target, source, bytes);
         return;

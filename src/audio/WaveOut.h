@@ -52,12 +52,6 @@ TUNIVOX_EXPORT MMRESULT waveOutClose(HWAVEOUT device);
 TUNIVOX_EXPORT MMRESULT waveOutSetVolume(HWAVEOUT device, DWORD volume);
 TUNIVOX_EXPORT MMRESULT waveOutGetVolume(HWAVEOUT device, DWORD* volume);
 
-// A block's own gain, multiplied into the device's volume stage as the block is played (ReplayGain
-// travels with the sound it belongs to). In 1/65536 steps; 0, the value of a zeroed header, is unity.
-inline constexpr DWORD WAVE_GAIN_UNITY = 0;
-inline void SetBlockGain(WAVEHDR* header, DWORD gain) { header->dwLoops = gain; }
-inline DWORD BlockGain(const WAVEHDR* header) { return header->dwLoops; }
-
 // What a device went through since it was opened (zero for devices that cannot lose a stream).
 struct WaveOutStatistics
 {

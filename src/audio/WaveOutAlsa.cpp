@@ -459,7 +459,7 @@ private:
         return chain;
     }
 
-    // Copies the sound from the write cursor on, across blocks, with volume and block gain applied,
+    // Copies the sound from the write cursor on, across blocks, with the volume applied,
     // into m_scratch; returns the bytes copied.
     std::size_t FillScratch()
     {
@@ -469,7 +469,7 @@ private:
         for (const WAVEHDR* h = m_pWriting; h && filled < kScratchBytes; h = h->lpNext, offset = 0) {
             const std::size_t chunk = std::min<std::size_t>(h->dwBufferLength - offset, kScratchBytes - filled);
             ApplyVolume(reinterpret_cast<const BYTE*>(h->lpData) + offset, m_scratch + filled, chunk, volume,
-                        m_format.nChannels, BlockGain(h));
+                        m_format.nChannels);
             filled += chunk;
         }
         return filled;

@@ -113,11 +113,9 @@ private:
     std::atomic<DWORD> m_dwHandBackMs{0};
 };
 
-// Scales interleaved 16-bit PCM by the two channel levels of `volume` (mono uses the left level)
-// and by the block gain `gain` (see BlockGain). With unity gain the volume alone scales, truncating as
-// it always did; with a gain both make one factor, rounded once and saturated at full scale.
-void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels,
-                 DWORD gain = WAVE_GAIN_UNITY);
+// Scales interleaved 16-bit PCM by the two channel levels of `volume` (mono uses the left level),
+// truncating; full volume copies the samples unchanged.
+void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels);
 
 std::unique_ptr<CWaveOutDevice> CreateWaveOutNull(const WaveNullOptions& options);
 std::unique_ptr<CWaveOutDevice> CreateWaveOutAlsa(const std::string& deviceName, unsigned recoveryMs);

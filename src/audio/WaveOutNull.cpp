@@ -143,7 +143,7 @@ private:
         const BYTE* data = reinterpret_cast<const BYTE*>(header->lpData);
         for (std::size_t done = 0; done < header->dwBufferLength;) {
             const std::size_t chunk = std::min<std::size_t>(kScratchBytes, header->dwBufferLength - done);
-            ApplyVolume(data + done, m_scratch, chunk, volume, m_format.nChannels, BlockGain(header));
+            ApplyVolume(data + done, m_scratch, chunk, volume, m_format.nChannels);
             if (m_pCaptureFile)
                 std::fwrite(m_scratch, 1, chunk, m_pCaptureFile);
             if (m_options.pCapture)

@@ -27,7 +27,7 @@ struct WAVEHDR
     DWORD dwBytesRecorded;
     DWORD_PTR dwUser;
     DWORD dwFlags;
-    DWORD dwLoops;   // no looping here: the block's gain (see BlockGain in WaveOut.h)
+    DWORD dwLoops;   // no looping here
     WAVEHDR* lpNext; // owned by the device while the block is queued
     DWORD_PTR reserved;
 };

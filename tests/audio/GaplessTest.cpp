@@ -1,10 +1,14 @@
 // Gapless playback in the engine: a continuous sine cut into three songs, played one after the other
 // through the null device, must join into the uncut sine (lossless: sample for sample; lossy: no
-// gap, no click, close to it). Without a prepared next song every song ends on its own, as always.
+// gap, no click, close to it), each song at its own ReplayGain. Without a prepared next song every
+// song ends on its own, as always.
+#include <QFile>
 #include <QThread>
 #include <cmath>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <taglib/flacfile.h>
+#include <taglib/xiphcomment.h>
 
 #include "AudioTestSupport.h"
 #include "support/TestFolders.h"
@@ -21,30 +25,48 @@ QString Part(int part, const char* kind)
     return FixturePath(QStringLiteral("gapless-%1.%2").arg(part).arg(QString::fromLatin1(kind)));
 }
 
-// Plays the three parts; gapless: each one prepared while the one before plays, taken once heard.
-QByteArray PlayParts(const char* kind, bool gapless, int* heardSongs)
+QStringList Parts(const char* kind)
+{
+    return {Part(1, kind), Part(2, kind), Part(3, kind)};
+}
+
+struct Played
+{
+    QByteArray pcm;
+    int heardSongs = 0;
+    QList<ReplayGainApplied> gains; // GetReplayGainApplied as each song starts, when the control shows it
+};
+
+// Plays the songs; gapless: each one prepared while the one before plays, taken once heard.
+Played PlaySongs(const QStringList& songs, bool gapless, const ReplayGainOptions& gain = {})
 {
     ScopedNullDevice device(kSpeed);
     CAudioPlayer player;
     EXPECT_EQ(player.Init(), S_OK);
     player.SetGapless(gapless);
-    *heardSongs = 0;
-    for (int part = 1; part <= 3; ++part) {
-        if (part == 1 || !gapless) {
-            EXPECT_EQ(player.Open(Part(part, kind).toUtf8().constData()), S_OK) << player.m_szError;
+    player.SetReplayGain(gain);
+    Played played;
+    for (int song = 0; song < songs.size(); ++song) {
+        if (song == 0 || !gapless) {
+            EXPECT_EQ(player.Open(songs[song].toUtf8().constData()), S_OK) << player.m_szError;
             EXPECT_EQ(player.Play(0), S_OK) << player.m_szError;
+            played.gains.append(player.GetReplayGainApplied());
         }
-        if (gapless && part < 3) {
-            EXPECT_EQ(player.PrepareNext(Part(part + 1, kind).toUtf8().constData()), S_OK) << player.m_szError;
+        if (gapless && song + 1 < songs.size()) {
+            EXPECT_EQ(player.PrepareNext(songs[song + 1].toUtf8().constData()), S_OK) << player.m_szError;
             EXPECT_TRUE(WaitUntil([&] { return player.GetNextState() == CAudioPlayer::kNextHeard || !player.m_bPlaying; },
                                   20000));
-            *heardSongs += player.TakeHeardSong() ? 1 : 0;
+            if (player.TakeHeardSong()) {
+                ++played.heardSongs;
+                played.gains.append(player.GetReplayGainApplied());
+            }
         } else {
             EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 20000));
         }
     }
     EXPECT_EQ(player.Stop(), S_OK);
-    return device.Captured();
+    played.pcm = device.Captured();
+    return played;
 }
 
 struct JoinCase
@@ -61,9 +83,9 @@ TEST_P(GaplessJoin, ThreeCutsPlayAsTheUncutSine)
     const JoinCase c = GetParam();
     const QByteArray whole = ReferencePcm(FixturePath("gapless-whole.wav"));
     ASSERT_FALSE(whole.isEmpty());
-    int heard = 0;
-    const QByteArray played = PlayParts(c.kind, true, &heard);
-    EXPECT_EQ(heard, 2);
+    const Played songs = PlaySongs(Parts(c.kind), true);
+    EXPECT_EQ(songs.heardSongs, 2);
+    const QByteArray& played = songs.pcm;
     // Only the last song's final part-block is dropped, as at the end of any song.
     ASSERT_NEAR(played.size(), whole.size() - whole.size() % kBlockBytes, c.lossless ? 0 : kBlockBytes);
     if (c.lossless) {
@@ -105,9 +127,9 @@ INSTANTIATE_TEST_SUITE_P(Formats, GaplessJoin,
 TEST(GaplessOff, EachSongEndsOnItsOwn)
 {
     const QByteArray whole = ReferencePcm(FixturePath("gapless-whole.wav"));
-    int heard = 0;
-    const QByteArray played = PlayParts("flac", false, &heard);
-    EXPECT_EQ(heard, 0);
+    const Played songs = PlaySongs(Parts("flac"), false);
+    EXPECT_EQ(songs.heardSongs, 0);
+    const QByteArray& played = songs.pcm;
     const long long firstEnd = kCutFrames[0] * 4 - kCutFrames[0] * 4 % kBlockBytes;
     EXPECT_TRUE(played.left(firstEnd) == whole.left(firstEnd));
     EXPECT_FALSE(played.mid(firstEnd, kBlockBytes) == whole.mid(firstEnd, kBlockBytes));
@@ -115,6 +137,91 @@ TEST(GaplessOff, EachSongEndsOnItsOwn)
     for (long long frames : kCutFrames)
         expected += frames * 4 - frames * 4 % kBlockBytes;
     EXPECT_EQ(played.size(), expected);
+}
+
+// An album whose songs carry different ReplayGain values, played gapless: each song is heard at its
+// own gain from its first sample to its last, and the engine reports that gain as the song starts.
+struct AlbumGainCase
+{
+    const char* name;
+    ReplayGainMode mode;
+    double expectedDb[3];
+};
+
+void PrintTo(const AlbumGainCase& c, std::ostream* out)
+{
+    *out << c.name;
+}
+
+class GaplessAlbumGain : public ::testing::TestWithParam<AlbumGainCase>
+{};
+
+TEST_P(GaplessAlbumGain, EachSongPlaysAtItsOwnGain)
+{
+    const AlbumGainCase c = GetParam();
+    constexpr double kTrackDb[] = {-8, 0, 3};
+    ScopedTempFolder folder;
+    QStringList songs;
+    for (int song = 0; song < 3; ++song) {
+        songs.append(folder.FilePath(QStringLiteral("%1.flac").arg(song + 1)));
+        ASSERT_TRUE(QFile::copy(Part(song + 1, "flac"), songs.last()));
+        TagLib::FLAC::File file(QFile::encodeName(songs.last()).constData());
+        TagLib::Ogg::XiphComment* comment = file.xiphComment(true);
+        comment->addField("REPLAYGAIN_TRACK_GAIN", TagLib::String::number(static_cast<int>(kTrackDb[song])) + " dB");
+        comment->addField("REPLAYGAIN_TRACK_PEAK", "0.5"); // the sine's own: room for the boost
+        if (song < 2) // a half-tagged album: the last song's track gain stands in
+            comment->addField("REPLAYGAIN_ALBUM_GAIN", "-2 dB");
+        ASSERT_TRUE(file.save());
+    }
+    const QByteArray whole = ReferencePcm(FixturePath("gapless-whole.wav"));
+    const Played played = PlaySongs(songs, true, {c.mode});
+    ASSERT_EQ(played.gains.size(), 3);
+    ASSERT_EQ(played.pcm.size(), whole.size() - whole.size() % kBlockBytes);
+    const auto* p = reinterpret_cast<const qint16*>(played.pcm.constData());
+    const auto* w = reinterpret_cast<const qint16*>(whole.constData());
+    long long first = 0;
+    for (int song = 0; song < 3; ++song) {
+        SCOPED_TRACE(song + 1);
+        EXPECT_NEAR(played.gains[song].dGainDb, c.expectedDb[song], 0.01);
+        const double factor = std::pow(10.0, c.expectedDb[song] / 20.0);
+        const long long end = std::min<long long>(2 * (first + kCutFrames[song]), played.pcm.size() / 2);
+        long long worstAt = -1;
+        double worst = 0;
+        for (long long i = 2 * first; i < end; ++i) {
+            const double difference = std::abs(p[i] - std::clamp(std::round(w[i] * factor), -32768.0, 32767.0));
+            if (difference > worst) {
+                worst = difference;
+                worstAt = i / 2 - first;
+            }
+        }
+        EXPECT_LE(worst, 1.0) << "at frame " << worstAt << " of the song";
+        first += kCutFrames[song];
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, GaplessAlbumGain,
+                         ::testing::Values(AlbumGainCase{"Track", ReplayGainMode::Track, {-8, 0, 3}},
+                                           AlbumGainCase{"Album", ReplayGainMode::Album, {-2, -2, 3}}),
+                         [](const ::testing::TestParamInfo<AlbumGainCase>& info) { return std::string(info.param.name); });
+
+// A song that cannot be prepared is reported, not dropped in silence, and the open one ends alone.
+TEST(GaplessPrepare, FailureIsReportedAndTheSongEndsAlone)
+{
+    ScopedNullDevice device(kSpeed);
+    CAudioPlayer player;
+    ASSERT_EQ(player.Init(), S_OK);
+    player.SetGapless(true);
+    ASSERT_EQ(player.Open(Part(1, "flac").toUtf8().constData()), S_OK);
+    ASSERT_EQ(player.Play(0), S_OK);
+    for (const char* name : {"not-audio.mp3", "no-such-song.flac"}) {
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(FAILED(player.PrepareNext(FixturePath(QString::fromLatin1(name)).toUtf8().constData())));
+        EXPECT_STRNE(player.GetNextFailure(), "");
+        EXPECT_EQ(player.GetNextState(), CAudioPlayer::kNextNone);
+    }
+    ASSERT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 20000));
+    EXPECT_EQ(device.Captured().size(), kCutFrames[0] * 4 - kCutFrames[0] * 4 % kBlockBytes);
+    EXPECT_EQ(player.Stop(), S_OK);
 }
 
 // A seek back into the song heard while the next one is already queued behind it keeps the next one
