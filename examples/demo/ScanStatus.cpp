@@ -27,10 +27,15 @@ ScanStatus::ScanStatus(CMediaPlayerCtrl* player, QStatusBar* bar) : QWidget(bar)
         m_text->setToolTip(folder);
         show();
     });
+    connect(player, &CMediaPlayerCtrl::scanSkipped, this, [this](int nSkipped, const QStringList& firstPaths) {
+        m_strSkipped = tr("; %n item(s) could not be read: ", nullptr, nSkipped) + firstPaths.join(QStringLiteral(", ")) +
+                       (nSkipped > firstPaths.size() ? QStringLiteral(", …") : QString());
+    });
     connect(player, &CMediaPlayerCtrl::scanFinished, this, [this, bar](int nAdded, bool bCancelled) {
         hide();
-        bar->showMessage(bCancelled ? tr("Reading cancelled: %n song(s) added", nullptr, nAdded)
-                                    : tr("%n song(s) added", nullptr, nAdded),
-                         4000);
+        const QString added = bCancelled ? tr("Reading cancelled: %n song(s) added", nullptr, nAdded)
+                                         : tr("%n song(s) added", nullptr, nAdded);
+        bar->showMessage(added + m_strSkipped, m_strSkipped.isEmpty() ? 4000 : 15000);
+        m_strSkipped.clear();
     });
 }

@@ -4,6 +4,7 @@
 //
 // Threading: GUI thread (the control's scan signals arrive there).
 
+#include <QString>
 #include <QWidget>
 
 class CMediaPlayerCtrl;
@@ -19,4 +20,5 @@ public:
 
 private:
     QLabel* m_text = nullptr;
+    QString m_strSkipped; // what the running scan passed over, said with its end
 };

@@ -301,6 +301,9 @@ signals:
     void scanProgress(int nRead, const QString& folder);
     // A scan ended: the songs it inserted (duplicates not counted) and whether it was cancelled.
     void scanFinished(int nAdded, bool bCancelled);
+    // Just before scanFinished, when the scan passed over what it could not read (folders it may not
+    // open, names that are not UTF-8, devices or FIFOs named like songs): how many, and the first few.
+    void scanSkipped(int nSkipped, const QStringList& firstPaths);
 
 protected:
     int FindString(const CStringArray& arr, const char* s);

@@ -1,6 +1,7 @@
 #include "player/CSongScanner.h"
 
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <atomic>
 #include <chrono>
@@ -9,6 +10,7 @@
 #include "platform/FileKinds.h"
 #include "song/CId3Tag.h"
 
+#include <dirent.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -43,7 +45,33 @@ struct CSongScanner::Worker
 
 namespace {
 
-QStringList FilesOf(const QStringList& paths, const std::atomic<bool>& bCancel)
+// What a scan passed over: counted, and the first few named.
+struct Skipped
+{
+    int nCount = 0;
+    QStringList firstPaths;
+    void Add(const QString& path)
+    {
+        if (++nCount <= CSongScanner::kMaxSkippedNamed)
+            firstPaths.append(path);
+    }
+};
+
+// Names in `folder` that are not UTF-8: a QString cannot hold them, so Qt's listing leaves them out.
+void AddUndecodableNames(const QString& folder, Skipped* skipped)
+{
+    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
+    if (!dir)
+        return;
+    while (const dirent* entry = ::readdir(dir)) {
+        const QByteArray raw(entry->d_name);
+        if (QFile::encodeName(QFile::decodeName(raw)) != raw)
+            skipped->Add(folder + QLatin1Char('/') + QFile::decodeName(raw));
+    }
+    ::closedir(dir);
+}
+
+QStringList FilesOf(const QStringList& paths, const std::atomic<bool>& bCancel, Skipped* skipped)
 {
     const QStringList suffixes = CSongScanner::PlayableSuffixes();
     QStringList files;
@@ -53,14 +81,29 @@ QStringList FilesOf(const QStringList& paths, const std::atomic<bool>& bCancel)
             files.append(info.absoluteFilePath());
         } else if (info.isDir()) {
             QStringList found;
-            QDirIterator it(info.absoluteFilePath(), QDir::Files, QDirIterator::Subdirectories);
+            // Folders and special files too, so that what cannot be read is reported, not dropped.
+            QDirIterator it(info.absoluteFilePath(), QDir::Files | QDir::AllDirs | QDir::System | QDir::NoDotAndDotDot,
+                            QDirIterator::Subdirectories);
+            AddUndecodableNames(info.absoluteFilePath(), skipped);
             while (it.hasNext() && !bCancel.load()) {
                 const QString file = it.next();
-                if (suffixes.contains(it.fileInfo().suffix().toLower()) && IsRegularFile(file))
-                    found.append(file);
+                const QFileInfo entry = it.fileInfo();
+                if (entry.isDir()) {
+                    if (!entry.isReadable() || !entry.isExecutable())
+                        skipped->Add(file);
+                    else if (!entry.isSymLink())
+                        AddUndecodableNames(file, skipped);
+                } else if (suffixes.contains(entry.suffix().toLower())) {
+                    if (IsRegularFile(file))
+                        found.append(file);
+                    else
+                        skipped->Add(file);
+                }
             }
             found.sort(Qt::CaseInsensitive);
             files += found;
+        } else {
+            skipped->Add(path);
         }
     }
     return files;
@@ -111,7 +154,8 @@ bool CSongScanner::Start(const QStringList& paths)
     std::shared_ptr<Worker> shared = m_pWorker;
     Worker* worker = shared.get();
     worker->thread = std::thread([this, shared, worker, generation, paths] {
-        const QStringList files = FilesOf(paths, worker->bCancel);
+        Skipped skipped;
+        const QStringList files = FilesOf(paths, worker->bCancel, &skipped);
         QList<CMp3Song> pending;
         int nRead = 0;
         QString folder;
@@ -142,8 +186,14 @@ bool CSongScanner::Start(const QStringList& paths)
             return;
         if (!pending.isEmpty())
             handOver();
-        QMetaObject::invokeMethod(this, [this, generation, nRead] { Finish(generation, nRead, false); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [this, generation, nRead, skipped] {
+                if (generation == m_nGeneration && skipped.nCount > 0)
+                    emit this->skipped(skipped.nCount, skipped.firstPaths);
+                Finish(generation, nRead, false);
+            },
+            Qt::QueuedConnection);
     });
     return true;
 }

@@ -28,6 +28,7 @@ class TUNIVOX_EXPORT CSongScanner : public QObject
 
 public:
     static constexpr int kMaxBatch = 128;
+    static constexpr int kMaxSkippedNamed = 5;
 
     explicit CSongScanner(QObject* parent = nullptr);
     ~CSongScanner() override;
@@ -46,6 +47,10 @@ signals:
     void songsRead(const QList<CMp3Song>& songs);
     // With each batch: songs read so far and the folder of the last one.
     void progress(int nRead, const QString& folder);
+    // Before finished, when the scan passed over what it could not read: folders it may not open,
+    // names that are not UTF-8, song names that are not regular files (and paths given that are
+    // neither a file nor a folder). Their count and the first kMaxSkippedNamed paths.
+    void skipped(int nSkipped, const QStringList& firstPaths);
     // Once per scan, after the last batch (or at once on Cancel).
     void finished(int nRead, bool bCancelled);
 

@@ -12,6 +12,7 @@ void CMediaPlayerCtrl::InsertPathsAt(int index, const QStringList& paths, int bU
         m_pScanner = new CSongScanner(this);
         connect(m_pScanner, &CSongScanner::songsRead, this, &CMediaPlayerCtrl::OnScannedSongs);
         connect(m_pScanner, &CSongScanner::progress, this, &CMediaPlayerCtrl::scanProgress);
+        connect(m_pScanner, &CSongScanner::skipped, this, &CMediaPlayerCtrl::scanSkipped);
         connect(m_pScanner, &CSongScanner::finished, this,
                 [this](int, bool bCancelled) { OnScanFinished(bCancelled); });
     }

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <cstring>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -13,6 +14,7 @@
 
 #include "PlayerTestSupport.h"
 #include "audio/UnplayableReason.h"
+#include "player/CSongScanner.h"
 #include "song/CId3Tag.h"
 #include "song/ReplayGainTags.h"
 #include "song/SyncedLyrics.h"
@@ -45,12 +47,26 @@ struct HostileTree
             bind(socketFd, reinterpret_cast<sockaddr*>(&address), sizeof(address));
         }
     }
-    ~HostileTree() { close(socketFd); }
+    ~HostileTree()
+    {
+        close(socketFd);
+        ::unlink(undecodable.constData()); // a name Qt cannot remove
+    }
+
+    // A name that is not UTF-8: a QString cannot hold it.
+    void AddUndecodableName()
+    {
+        undecodable = QFile::encodeName(root.FilePath(QStringLiteral("music/"))) + "bad\xff\xfe.mp3";
+        const int fd = ::open(undecodable.constData(), O_CREAT | O_WRONLY, 0600);
+        if (fd >= 0)
+            ::close(fd);
+    }
 
     ScopedTempFolder root;
     QString song;
     QStringList hostile;
     int socketFd = -1;
+    QByteArray undecodable;
 };
 
 } // namespace
@@ -61,12 +77,22 @@ TEST(HostileTree, ScansListOnlyTheSongAndEveryReaderTurnsTheRestAway)
     for (const QString& path : tree.hostile)
         ASSERT_TRUE(QFileInfo(path).exists() || QFileInfo(path).isSymLink()) << path.toStdString();
 
-    // The folder, and each thing named on its own, as a drop or a command line gives them.
+    tree.AddUndecodableName();
+
+    // The folder, and each thing named on its own, as a drop or a command line gives them: what
+    // is passed over is said, with the first few paths.
     PlayerFixture f;
     QSignalSpy finished(f.ctrl, &CMediaPlayerCtrl::scanFinished);
+    QSignalSpy skipped(f.ctrl, &CMediaPlayerCtrl::scanSkipped);
     f.ctrl->InsertPathsAt(-1, QStringList{tree.root.FilePath(QStringLiteral("music"))} + tree.hostile);
     ASSERT_TRUE(finished.wait(10000)) << "the scan never ended";
     EXPECT_EQ(QStringList(f.ctrl->GetFiles().Items().begin(), f.ctrl->GetFiles().Items().end()), QStringList{tree.song});
+    ASSERT_EQ(skipped.size(), 1);
+    EXPECT_EQ(skipped[0][0].toInt(), 2 * tree.hostile.size() + 1);
+    const QStringList named = skipped[0][1].toStringList();
+    EXPECT_EQ(named.size(), CSongScanner::kMaxSkippedNamed);
+    for (const QString& path : named)
+        EXPECT_TRUE(path.startsWith(tree.root.FilePath(QStringLiteral("music/")))) << path.toStdString();
 
     for (const QString& path : tree.hostile) {
         SCOPED_TRACE(path.toStdString());
