@@ -7,7 +7,6 @@
 #include "audio/CAudioPlayer.h"
 #include "platform/StringConv.h"
 #include "player/CMediaPlayerCtrl.h"
-#include "visual/CRegistry.h"
 #include "visual/CVisualThread.h"
 
 namespace {

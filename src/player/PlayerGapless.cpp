@@ -9,7 +9,7 @@
 #include "audio/CAudioPlayer.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/SystemShuffleSource.h"
-#include "visual/CRegistry.h"
+#include "session/ListeningChoicesStore.h"
 
 namespace {
 
@@ -26,19 +26,13 @@ void CMediaPlayerCtrl::SetGapless(int bGapless)
     m_bGapless = bGapless != 0;
     if (m_pAudioPlayer)
         m_pAudioPlayer->SetGapless(m_bGapless);
-    CRegistry registry;
-    DWORD value = m_bGapless ? 1u : 0u;
-    registry.WriteDWORD(m_strRegSubKey.toUtf8().constData(), "Gapless", &value);
+    CListeningChoicesStore(m_strRegSubKey).StoreGapless(m_bGapless);
     UpdateNextSong();
 }
 
 void CMediaPlayerCtrl::RestoreGapless()
 {
-    CRegistry registry;
-    RegistryValue value;
-    DWORD stored = 0;
-    if (registry.Read(m_strRegSubKey.toUtf8().constData(), "Gapless", value) && CRegistry::GetDWORD(value, &stored))
-        m_bGapless = stored != 0;
+    CListeningChoicesStore(m_strRegSubKey).LoadGapless(&m_bGapless);
     if (m_pAudioPlayer)
         m_pAudioPlayer->SetGapless(m_bGapless);
 }

@@ -3,46 +3,7 @@
 #include "audio/CAudioPlayer.h"
 #include "platform/StringConv.h"
 #include "player/CMediaPlayerCtrl.h"
-#include "song/ReplayGainTags.h"
-#include "visual/CRegistry.h"
-
-namespace {
-
-constexpr const char* kModeName = "ReplayGainMode";
-constexpr const char* kPreampName = "ReplayGainPreampDb";
-constexpr const char* kPreventName = "ReplayGainPreventClipping";
-constexpr const char* kFallbackName = "ReplayGainFallbackDb";
-constexpr const char* kDeviceName = "OutputDevice";
-
-bool ReadText(const QByteArray& key, const char* name, QString* text)
-{
-    CRegistry registry;
-    RegistryValue value;
-    return registry.Read(key.constData(), name, value) && CRegistry::GetString(value, text);
-}
-
-bool ReadDWord(const QByteArray& key, const char* name, DWORD* number)
-{
-    CRegistry registry;
-    RegistryValue value;
-    return registry.Read(key.constData(), name, value) && CRegistry::GetDWORD(value, number);
-}
-
-void ReadDb(const QByteArray& key, const char* name, double* db)
-{
-    QString text;
-    if (ReadText(key, name, &text))
-        if (const std::optional<double> value = ParseReplayGainNumber(text))
-            *db = *value;
-}
-
-void WriteText(const QByteArray& key, const char* name, const QString& text)
-{
-    CRegistry registry;
-    registry.WriteString(key.constData(), name, text.toUtf8().constData());
-}
-
-} // namespace
+#include "session/ListeningChoicesStore.h"
 
 void CMediaPlayerCtrl::SetReplayGain(const ReplayGainOptions& options)
 {
@@ -83,17 +44,9 @@ void CMediaPlayerCtrl::SetRemembersPlaybackChoices(int bRemember)
     m_bRemembersPlayback = bRemember != 0;
     if (!m_bRemembersPlayback)
         return;
-    const QByteArray key = m_strRegSubKey.toUtf8();
-    QString text;
-    if (ReadText(key, kModeName, &text))
-        ParseReplayGainMode(text, &m_replayGain.eMode);
-    ReadDb(key, kPreampName, &m_replayGain.dPreampDb);
-    ReadDb(key, kFallbackName, &m_replayGain.dFallbackDb);
-    DWORD prevent = 0;
-    if (ReadDWord(key, kPreventName, &prevent))
-        m_replayGain.bPreventClipping = prevent != 0;
-    if (ReadText(key, kDeviceName, &text))
-        m_strOutputDevice = text;
+    const CListeningChoicesStore store(m_strRegSubKey);
+    store.LoadReplayGain(&m_replayGain);
+    store.LoadOutputDevice(&m_strOutputDevice);
     ApplyPlaybackChoices();
 }
 
@@ -112,14 +65,9 @@ void CMediaPlayerCtrl::StorePlaybackChoices()
 {
     if (!m_bRemembersPlayback)
         return;
-    const QByteArray key = m_strRegSubKey.toUtf8();
-    WriteText(key, kModeName, ReplayGainModeName(m_replayGain.eMode));
-    WriteText(key, kPreampName, QString::number(m_replayGain.dPreampDb));
-    WriteText(key, kFallbackName, QString::number(m_replayGain.dFallbackDb));
-    CRegistry registry;
-    DWORD prevent = m_replayGain.bPreventClipping ? 1 : 0;
-    registry.WriteDWORD(key.constData(), kPreventName, &prevent);
-    WriteText(key, kDeviceName, m_strOutputDevice);
+    const CListeningChoicesStore store(m_strRegSubKey);
+    store.StoreReplayGain(m_replayGain);
+    store.StoreOutputDevice(m_strOutputDevice);
 }
 
 void CMediaPlayerCtrl::ReportDeviceFailure()

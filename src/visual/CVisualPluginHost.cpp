@@ -4,7 +4,6 @@
 #include <QOpenGLFunctions>
 
 #include "audio/CAudioPlayer.h"
-#include "visual/CVisualScene.h"
 
 namespace {
 
@@ -49,8 +48,8 @@ void CVisualPluginHost::UpdateDevice()
     m_device.nFramebuffer = static_cast<uint32_t>(framebuffer);
 }
 
-BOOL CVisualPluginHost::LoadPlugin(CVisualScene& scene, const QString& folder, const QString& strFile, int nModule,
-                                   void* hwndParent)
+BOOL CVisualPluginHost::LoadPlugin(const QString& folder, const QString& strFile, int nModule, void* hwndParent,
+                                   const std::function<void()>& rebuildDeviceResources)
 {
     UnloadPlugin();
     if (!m_library.Load(folder, strFile))
@@ -63,10 +62,10 @@ BOOL CVisualPluginHost::LoadPlugin(CVisualScene& scene, const QString& folder, c
         UpdateDevice();
         if (pModule->Init(pModule) == 0) {
             m_setFramePeriod(pModule->nPeriodMs ? static_cast<int>(pModule->nPeriodMs) : TMP3_VIS_DEFAULT_PERIOD_MS);
-            // The module is not running yet, so dropping the scene's resources does not call its
+            // The module is not running yet, so dropping the drawing's resources does not call its
             // Release. The option word has no counterpart in this renderer.
-            scene.ReleaseDeviceResources();
-            scene.CreateDeviceResources();
+            if (rebuildDeviceResources)
+                rebuildDeviceResources();
             m_pModule = pModule;
             return TRUE;
         }

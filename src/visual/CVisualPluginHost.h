@@ -15,7 +15,6 @@
 #include "visual/VisualPluginLibrary.h"
 #include "tunivox_export.h"
 
-class CVisualScene;
 
 class TUNIVOX_EXPORT CVisualPluginHost : public IVisualPluginRunner
 {
@@ -28,9 +27,10 @@ public:
     CVisualPluginHost& operator=(const CVisualPluginHost&) = delete;
 
     // Stops any running module, loads `folder` + `strFile` and starts module `nModule`. On success
-    // the scene's own device resources are rebuilt and TRUE returned; on any failure nothing stays
-    // loaded and the scene goes on drawing by itself.
-    BOOL LoadPlugin(CVisualScene& scene, const QString& folder, const QString& strFile, int nModule, void* hwndParent);
+    // `rebuildDeviceResources` runs (the drawing's own resources, rebuilt before the module runs)
+    // and TRUE is returned; on any failure nothing stays loaded and the drawing goes on by itself.
+    BOOL LoadPlugin(const QString& folder, const QString& strFile, int nModule, void* hwndParent,
+                    const std::function<void()>& rebuildDeviceResources);
     // Release (if any), Quit, unload; the frame period goes back to the host's own.
     void UnloadPlugin();
 

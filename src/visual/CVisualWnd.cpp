@@ -123,7 +123,10 @@ void CVisualWnd::LoadPlugin()
     const int module = m_nPluginModule;
     void* parent = this;
     Post([host, folder, file, module, parent](CVisualScene& scene) {
-        host->LoadPlugin(scene, folder, file, module, parent);
+        host->LoadPlugin(folder, file, module, parent, [&scene] {
+            scene.ReleaseDeviceResources();
+            scene.CreateDeviceResources();
+        });
     });
 }
 

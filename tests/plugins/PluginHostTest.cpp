@@ -119,8 +119,8 @@ TEST_F(PluginHostTest, FailuresLeaveNothingLoaded)
         ClearPluginEvents();
         const QString file = QString::fromLatin1(c.file);
         const int module = c.module;
-        const BOOL loaded = OnRenderThread<BOOL>([host, folder, file, module](CVisualScene& scene) {
-            return host->LoadPlugin(scene, folder, file, module, nullptr);
+        const BOOL loaded = OnRenderThread<BOOL>([host, folder, file, module](CVisualScene&) {
+            return host->LoadPlugin(folder, file, module, nullptr, nullptr);
         });
         EXPECT_EQ(loaded, FALSE) << c.file;
         EXPECT_EQ(PluginEventNames(), c.calls) << c.file;
