@@ -558,8 +558,10 @@ void CAudioPlayer::WaveOutProc(HWAVEOUT, UINT message, DWORD_PTR instance, DWORD
     // The block with the next song's first sample was heard: the control shows that song now.
     if (header == self->m_pJoinBlock.load(std::memory_order_acquire)) {
         int joined = kNextJoined;
-        if (self->m_nNextSong.compare_exchange_strong(joined, kNextHeard, std::memory_order_acq_rel))
+        if (self->m_nNextSong.compare_exchange_strong(joined, kNextHeard, std::memory_order_acq_rel)) {
             self->m_pJoinBlock.store(nullptr, std::memory_order_release);
+            self->m_events.Raise(CEngineEvents::kSongHeard);
+        }
     }
     if (nextQueued && self->m_pSamples)
         std::memcpy(self->m_pSamples, next->lpData, self->m_dwBlockSize);
@@ -650,6 +652,7 @@ void CAudioPlayer::DecodeThread()
 
     HRESULT hr = m_pDecodingReader->SetRange(m_qwStartTime, 0);
     bool stopping = false;
+    bool deviceGone = false;
     while (SUCCEEDED(hr) && !stopping) {
         CMediaSample* sample = nullptr;
         QWORD time = 0;
@@ -696,6 +699,7 @@ void CAudioPlayer::DecodeThread()
                 // The device is gone: end like a failed read, so the thread and Stop finish promptly.
                 hr = E_FAIL;
                 stopping = true;
+                deviceGone = true;
                 break;
             }
             if (prebuffering && FreeBlocks() < m_nBlockCount - kPrebufferBlocks) {
@@ -748,6 +752,15 @@ void CAudioPlayer::DecodeThread()
     if (FAILED(hr))
         m_hrThread = hr;
     m_bPlaying = FALSE;
+    unsigned told = 0;
+    if (m_nCommand.load() != kEngineStop)
+        told |= CEngineEvents::kSongEnded;
+    if (deviceGone || m_szDeviceFailure[0])
+        told |= CEngineEvents::kDeviceFailed;
+    if (FAILED(hr))
+        told |= CEngineEvents::kEngineError;
+    if (told)
+        m_events.Raise(told);
 }
 
 // Decoding thread: the block's bytes up to `end` that have not been through the audio path go

@@ -37,6 +37,10 @@
 //   the device callback, Joined -> Heard, when the block holding its first sample comes back): the
 //   control's thread takes it over with TakeHeardSong; the decoding thread goes on reading it.
 //   The callback only compares the block against m_pJoinBlock and swaps the state; no lock.
+// - Events() tells readers what happened instead of being polled (EngineEvents.h): the callback
+//   raises "song heard" on Joined -> Heard, the decoding thread "song ended", "device failed" and
+//   "error" as it ends. Raising is one atomic OR and at most one write(2); the signals arrive on the
+//   thread that made the engine.
 
 #include <QString>
 #include <atomic>
@@ -44,6 +48,7 @@
 #include <string>
 
 #include "audio/AudioPath.h"
+#include "audio/EngineEvents.h"
 #include "audio/GainStage.h"
 #include "audio/ReplayGain.h"
 #include "audio/SongSegment.h"
@@ -152,6 +157,8 @@ public:
     // it. S_FALSE: too late, it was heard and plays; TakeHeardSong (if it still answers true) makes
     // it the open song.
     HRESULT CancelNext();
+    // What happened on the engine's threads, as signals on the thread that made the engine.
+    CEngineEvents& Events() { return m_events; }
 
     QString m_strAppPath;
     QString m_strTempPath;
@@ -210,6 +217,7 @@ private:
     void ProcessBlockUpTo(WAVEHDR* block, DWORD end);
 
     CEventGroup m_eventGroup;
+    CEngineEvents m_events;
     ReplayGainOptions m_replayGain;
     CSongSegment m_segments[2];
     CSongSegment* m_pSegment = &m_segments[0];     // the open song's (owned like m_pReader)

@@ -35,7 +35,6 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     m_tagTimer.setSingleShot(true);
     m_tagTimer.setInterval(kTagSettleMs);
     connect(&m_tagTimer, &QTimer::timeout, this, [this] { RereadChangedFiles(); });
-    connect(&m_heardTimer, &QTimer::timeout, this, [this] { PollNextSong(); });
     m_orderTimer.setSingleShot(true);
     m_orderTimer.setInterval(0);
     connect(&m_orderTimer, &QTimer::timeout, this, [this] { UpdateNextSong(); });
@@ -137,8 +136,13 @@ void CMediaPlayerCtrl::Init()
 
 BOOL CMediaPlayerCtrl::WMInit()
 {
-    if (!m_pAudioPlayer)
+    if (!m_pAudioPlayer) {
         m_pAudioPlayer = new CAudioPlayer();
+        CEngineEvents& events = m_pAudioPlayer->Events();
+        connect(&events, &CEngineEvents::songHeard, this, &CMediaPlayerCtrl::FollowNextSong);
+        // A failed device or an error ends the song too: songEnded comes with them.
+        connect(&events, &CEngineEvents::songEnded, this, &CMediaPlayerCtrl::OnEngineEnded);
+    }
     const HRESULT hr = m_pAudioPlayer->Init();
     if (FAILED(hr)) {
         Error(hr, m_pAudioPlayer->m_szError);
@@ -257,7 +261,6 @@ void CMediaPlayerCtrl::OnClose()
 void CMediaPlayerCtrl::OnDestroy()
 {
     m_progressTimer.stop();
-    m_heardTimer.stop();
     m_orderTimer.stop();
 }
 

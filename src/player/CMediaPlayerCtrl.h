@@ -37,6 +37,9 @@
 // heard the control does what PlayStart does for a started song: index, selection, slider, 1223,
 // songStarted, title and tags to the visualization. A list change, a repeat or shuffle change, Stop
 // or PlayStart cancels or replaces it. Off: the end of a song is found by the timer, as always.
+// The engine tells the control when the next song was heard (CEngineEvents); nothing polls for it.
+// A next song that cannot be prepared is reported with songFailed; the timer then moves on to it
+// at the end of the current song, as without the option.
 //
 // Sleeping between blocks (off by default): with SetHandBackInterval(ms) the sound device hands
 // heard blocks back in bursts up to ms apart, and the engine's threads sleep in between, while no
@@ -160,8 +163,8 @@ public:
     BOOL IsStopped() const { return m_bStopped; }
     BOOL IsRepeat() const { return m_bRepeat; }
     BOOL IsShuffle() const { return m_bShuffle; }
-    void SetRepeatMode(int b) { m_bRepeat = b; OnPlayOrderChanged(); }
-    void SetShuflleMode(int b) { m_bShuffle = b; OnPlayOrderChanged(); }
+    void SetRepeatMode(int b) { m_bRepeat = b; OnPlayOrderChanged(); emit transportChanged(); }
+    void SetShuflleMode(int b) { m_bShuffle = b; OnPlayOrderChanged(); emit transportChanged(); }
     // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
     void SetGapless(int bGapless);
     BOOL IsGapless() const { return m_bGapless; }
@@ -297,6 +300,11 @@ signals:
     // With device recovery on: the sound device failed and did not come back in time, so the song
     // ended. `text` starts "The sound device stopped: ".
     void deviceStopped(const QString& text);
+    // Paused, resumed, stopped, the song ended or failed, or repeat, shuffle or the volume changed:
+    // for readers that mirror the transport (the desktop's media controls) without polling.
+    void transportChanged();
+    // The position was moved (the slider or StartPlayingFromPos), in engine units.
+    void seeked(qulonglong position);
     // While InsertPathsAt reads: songs read so far by the running scan and the folder it reads in.
     void scanProgress(int nRead, const QString& folder);
     // A scan ended: the songs it inserted (duplicates not counted) and whether it was cancelled.
@@ -342,6 +350,8 @@ private:
     void RemovePicture();
     void RemoveStalePictures();
     void SetSliderPosition(int position);
+    // CAudioPlayer::Play(position) on an open engine, then told to seeked's readers.
+    void SeekTo(quint64 position);
     CSubstringIndex& PathIndex();
     void InvalidatePathIndex();
     static void EntryTexts(const CMp3Song& song, int bUseTags, QString* title, QString* text);
@@ -359,6 +369,10 @@ private:
     void StorePlaybackChoices();
     // At the end of a song: Error and deviceStopped when recovery is on and the device gave up.
     void ReportDeviceFailure();
+    // At the end of a song, once each: songFailed for one that played nothing, then ReportDeviceFailure.
+    void ReportEndOfSong();
+    // The engine's decoding thread ended (song ended, device failed, error).
+    void OnEngineEnded();
     // What PlayStart does once a song plays: slider, timer, notification, visualization.
     void ShowStartedSong(const QString& path);
     // Gapless playback (PlayerGapless.cpp).
@@ -367,7 +381,9 @@ private:
     void UpdateNextSong();
     // True when the song could not be dropped any more: it was heard and is shown as playing now.
     bool DropNextSong();
-    void PollNextSong();
+    // Takes the next song over once the engine says it was heard; prepares again when the engine
+    // dropped it.
+    void FollowNextSong();
     void ShowHeardSong(int index, const QString& path);
     void OnPlayOrderChanged();
     // addFile for each song, then the accepted ones moved before entry `index`; returns how many.
@@ -385,7 +401,8 @@ public:
     std::int32_t m_nExternalPid = 0;
     BOOL m_bInternalIsVisual = 0;
     bool m_bRemembersVisual = true;
-    bool m_bFailureReported = false; // songFailed was emitted for the song that ended last
+    bool m_bSongFailureReported = false;   // songFailed was emitted for the song that ended last
+    bool m_bDeviceFailureReported = false; // deviceStopped was emitted for it
     QPointer<CSliderCtrlEx> m_Trackbar;
     QPointer<CSliderCtrlEx> m_VolumeBar;
     quint64 m_nPosition = 0;
@@ -450,7 +467,7 @@ private:
     int m_nHandBackMs = 0;
     int m_nNextIndex = -1;  // entry of the song prepared in the engine
     QString m_strNextPath;  // its path; empty when none is prepared
-    QTimer m_heardTimer;    // polls the engine from the join until the next song is heard
+    QString m_strNextFailedPath; // could not be prepared for the playing song; not tried again for it
     QTimer m_orderTimer;    // chooses the next song again once a list change has settled
     struct CScanJob
     {

@@ -4,13 +4,11 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 #include <QWidget>
 #include <algorithm>
-#include <cstdlib>
 #include <unistd.h>
 
 #include "audio/CAudioPlayer.h"
@@ -24,9 +22,6 @@ namespace {
 const QString kObjectPath = QStringLiteral("/org/mpris/MediaPlayer2");
 const QString kPlayerInterface = QStringLiteral("org.mpris.MediaPlayer2.Player");
 const QString kNoTrack = QStringLiteral("/org/mpris/MediaPlayer2/TrackList/NoTrack");
-constexpr int kPollMs = 200;
-// A position further than this from where the clock says it should be was a seek.
-constexpr qlonglong kSeekSlackUs = 1500000;
 
 } // namespace
 
@@ -63,16 +58,25 @@ MprisService::MprisService(CMediaPlayerCtrl* player, const QString& busName)
 {
     new MprisRootAdaptor(this);
     m_pAdaptor = new MprisPlayerAdaptor(this);
-    connect(player, &CMediaPlayerCtrl::songStarted, this, &MprisService::Update);
-    connect(player, &CMediaPlayerCtrl::playlistCleared, this, &MprisService::Update);
-    connect(player, &CMediaPlayerCtrl::songTagsChanged, this, [this](const QString& path) {
+    m_update.setSingleShot(true);
+    m_update.setInterval(0);
+    connect(&m_update, &QTimer::timeout, this, &MprisService::Update);
+    const auto later = [this] { m_update.start(); };
+    connect(player, &CMediaPlayerCtrl::songStarted, this, later);
+    connect(player, &CMediaPlayerCtrl::playlistCleared, this, later);
+    connect(player, &CMediaPlayerCtrl::transportChanged, this, later);
+    connect(player, &CMediaPlayerCtrl::songTagsChanged, this, [this, later](const QString& path) {
         if (path == m_strSongPath)
             m_strSongPath.clear(); // read again
-        Update();
+        later();
     });
-    m_poll.setInterval(kPollMs);
-    connect(&m_poll, &QTimer::timeout, this, &MprisService::Update);
-    m_poll.start();
+    // CanGoNext follows the number of entries.
+    connect(player->model(), &QAbstractItemModel::rowsInserted, this, later);
+    connect(player->model(), &QAbstractItemModel::rowsRemoved, this, later);
+    connect(player->model(), &QAbstractItemModel::modelReset, this, later);
+    connect(player, &CMediaPlayerCtrl::seeked, this, [this](qulonglong position) {
+        emit m_pAdaptor->Seeked(static_cast<qlonglong>(position / 10));
+    });
     Update();
     m_announced = Snapshot();
 }
@@ -237,7 +241,6 @@ void MprisService::Seek(qlonglong offsetUs)
         return;
     }
     m_pPlayer->StartPlayingFromPos(static_cast<unsigned>(std::min<qlonglong>(target * 10, 0xFFFFFFFFll)));
-    EmitSeeked(target);
 }
 
 void MprisService::SetPosition(const QString& trackId, qlonglong positionUs)
@@ -245,14 +248,6 @@ void MprisService::SetPosition(const QString& trackId, qlonglong positionUs)
     if (!CanSeek() || trackId != TrackId() || positionUs < 0 || positionUs > LengthUs())
         return;
     m_pPlayer->StartPlayingFromPos(static_cast<unsigned>(std::min<qlonglong>(positionUs * 10, 0xFFFFFFFFll)));
-    EmitSeeked(positionUs);
-}
-
-void MprisService::EmitSeeked(qlonglong positionUs)
-{
-    m_nLastPositionUs = positionUs;
-    m_nLastPollMs = QDateTime::currentMSecsSinceEpoch();
-    emit m_pAdaptor->Seeked(positionUs);
 }
 
 void MprisService::Raise()
@@ -333,7 +328,6 @@ void MprisService::Update()
     for (auto it = now.begin(); it != now.end(); ++it)
         if (m_announced.value(it.key()) != it.value())
             changed.insert(it.key(), it.value());
-    const bool songChanged = m_announced.value(QStringLiteral("Metadata")) != now.value(QStringLiteral("Metadata"));
     m_announced = now;
     if (!changed.isEmpty()) {
         QDBusMessage signal = QDBusMessage::createSignal(kObjectPath, QStringLiteral("org.freedesktop.DBus.Properties"),
@@ -341,15 +335,4 @@ void MprisService::Update()
         signal << kPlayerInterface << changed << QStringList();
         QDBusConnection::sessionBus().send(signal);
     }
-
-    // A jump of the position that the clock does not explain was a seek (the position slider's).
-    const qint64 nowMs = QDateTime::currentMSecsSinceEpoch();
-    const qlonglong position = Position();
-    if (PlaybackStatus() == QLatin1String("Playing") && !songChanged && m_nLastPollMs != 0) {
-        const qlonglong expected = m_nLastPositionUs + (nowMs - m_nLastPollMs) * 1000;
-        if (std::abs(position - expected) > kSeekSlackUs)
-            emit m_pAdaptor->Seeked(position);
-    }
-    m_nLastPositionUs = position;
-    m_nLastPollMs = nowMs;
 }

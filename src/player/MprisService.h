@@ -12,7 +12,9 @@
 // shuffle. Metadata carries the playing song's title, artist, album, length, file URL, cover (a
 // copy of its embedded picture in the private temporary folder) and a track id made from its
 // path. Changes, whoever made them (the list's keys, the toolbar, the host), are announced with
-// PropertiesChanged within a quarter of a second; position jumps with Seeked.
+// PropertiesChanged as soon as the control tells them (songStarted, transportChanged, the list's
+// rows); position jumps with Seeked (the control's seeked). Nothing is polled: the position is read
+// from the engine only when the desktop asks for it.
 //
 // Threading: GUI thread only; D-Bus calls arrive through the GUI thread's event loop. Reading the
 // position takes the engine's lock as the control's own progress timer does.
@@ -78,18 +80,15 @@ private:
     QString CurrentPath() const;
     QString TrackId() const;
     qlonglong LengthUs() const;
-    void EmitSeeked(qlonglong positionUs);
     QVariantMap Snapshot() const;
 
     QPointer<CMediaPlayerCtrl> m_pPlayer;
     MprisPlayerAdaptor* m_pAdaptor = nullptr; // a child
     QString m_strBusName;
-    QTimer m_poll;
+    QTimer m_update; // one Update for a burst of changes
     QString m_strSongPath;  // the song Metadata describes
     QString m_strCoverPath; // its picture copy, removed when the song changes
     int m_nCoverNumber = 0;
     QVariantMap m_metadata;
     QVariantMap m_announced; // the properties as last announced
-    qlonglong m_nLastPositionUs = 0;
-    qint64 m_nLastPollMs = 0;
 };

@@ -2,24 +2,13 @@
 // ahead in the engine, which plays its first sample right after the last one of the current song.
 // The control shows the new song when the device hands back its first block, as PlayStart does.
 //
-// All of it runs on the GUI thread. The engine reports the hand-over through GetNextState; the
-// control looks every progress tick and, in the last seconds of a song, every few milliseconds.
-#include <QTimer>
-
+// All of it runs on the GUI thread. The engine tells the hand-over (CEngineEvents::songHeard, from
+// the device callback) and the control takes the song over then; nothing polls for it.
 #include "audio/CAudioPlayer.h"
+#include "audio/UnplayableReason.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/SystemShuffleSource.h"
 #include "session/ListeningChoicesStore.h"
-
-namespace {
-
-constexpr int kHeardPollMs = 5;
-// With blocks handed back in bursts the next song can only turn heard at a burst: a coarser look is
-// as prompt, and the window's thread sleeps in between.
-constexpr int kHeardPollBurstMs = 25;
-constexpr QWORD kCloseToEndUnits = 30000000; // 3 s
-
-} // namespace
 
 void CMediaPlayerCtrl::SetGapless(int bGapless)
 {
@@ -73,19 +62,25 @@ void CMediaPlayerCtrl::UpdateNextSong()
         UpdateNextSong(); // the dropped song had been heard: choose again from it
         return;
     }
-    if (wanted.isEmpty())
+    if (wanted.isEmpty() || wanted == m_strNextFailedPath)
         return;
-    if (SUCCEEDED(m_pAudioPlayer->PrepareNext(wanted.toUtf8().constData()))) {
+    const HRESULT hr = m_pAudioPlayer->PrepareNext(wanted.toUtf8().constData());
+    if (SUCCEEDED(hr)) {
         m_nNextIndex = index;
         m_strNextPath = wanted;
-        PollNextSong();
+        FollowNextSong();
+        return;
     }
-    // Otherwise the song ends as without the option and the timer moves on.
+    if (hr == E_UNEXPECTED)
+        return; // the engine's state, not the song: nothing to report
+    // The song ends as without the option and the timer moves on to this one, which may open by then
+    // (a file being rewritten) or fails there as any song does.
+    m_strNextFailedPath = wanted;
+    emit songFailed(wanted, UnplayableReason(wanted, m_pAudioPlayer->GetNextFailure()));
 }
 
 bool CMediaPlayerCtrl::DropNextSong()
 {
-    m_heardTimer.stop();
     if (!m_pAudioPlayer || (m_strNextPath.isEmpty() && m_pAudioPlayer->GetNextState() == CAudioPlayer::kNextNone)) {
         m_nNextIndex = -1;
         m_strNextPath.clear();
@@ -103,39 +98,26 @@ bool CMediaPlayerCtrl::DropNextSong()
     return false;
 }
 
-void CMediaPlayerCtrl::PollNextSong()
+void CMediaPlayerCtrl::FollowNextSong()
 {
     if (!m_pAudioPlayer || m_strNextPath.isEmpty())
         return;
     const int state = m_pAudioPlayer->GetNextState();
     if (state == CAudioPlayer::kNextNone) {
         // The engine dropped it (a seek after the song had ended restarts the engine): prepare again.
-        m_heardTimer.stop();
         m_nNextIndex = -1;
         m_strNextPath.clear();
         UpdateNextSong();
         return;
     }
     if (state == CAudioPlayer::kNextHeard && m_pAudioPlayer->TakeHeardSong()) {
-        m_heardTimer.stop();
         const int index = m_nNextIndex;
         const QString path = m_strNextPath;
         m_nNextIndex = -1;
         m_strNextPath.clear();
         ShowHeardSong(index, path);
         UpdateNextSong();
-        return;
     }
-    // Looked at closely from a little before the song's end (the engine joins the next one up to a
-    // ring, 1.5 s, before it is heard); the progress tick is enough until then.
-    const QWORD duration = m_pAudioPlayer->m_qwDuration;
-    const QWORD position = m_pAudioPlayer->PeekCurrentTime(); // a burst behind at most: close enough
-    const bool closeToEnd = state != CAudioPlayer::kNextReady || duration == 0 ||
-                            position + kCloseToEndUnits >= duration;
-    if (closeToEnd && !m_heardTimer.isActive())
-        m_heardTimer.start(m_pAudioPlayer->GetHandBackInterval() > 0 ? kHeardPollBurstMs : kHeardPollMs);
-    else if (!closeToEnd)
-        m_heardTimer.stop();
 }
 
 void CMediaPlayerCtrl::ShowHeardSong(int index, const QString& path)

@@ -72,12 +72,12 @@ void CMediaPlayerCtrl::StorePlaybackChoices()
 
 void CMediaPlayerCtrl::ReportDeviceFailure()
 {
-    if (m_nRecoverySeconds == 0 || m_bFailureReported || !m_pAudioPlayer)
+    if (m_nRecoverySeconds == 0 || m_bDeviceFailureReported || !m_pAudioPlayer)
         return;
     const char* failure = m_pAudioPlayer->GetDeviceFailure();
     if (!failure[0])
         return;
-    m_bFailureReported = true;
+    m_bDeviceFailureReported = true;
     Error(m_pAudioPlayer->m_hrThread.load(), failure);
     emit deviceStopped(QString::fromUtf8(failure));
 }

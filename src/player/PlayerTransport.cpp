@@ -54,7 +54,6 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         return 0;
     }
     // Opening another song drops the one prepared to follow (the engine closes it).
-    m_heardTimer.stop();
     m_nNextIndex = -1;
     m_strNextPath.clear();
     const QByteArray narrow = path.toUtf8();
@@ -65,6 +64,7 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         Error(hr, m_pAudioPlayer->m_szError);
         m_bPlaying = 0;
         emit songFailed(path, UnplayableReason(path, m_pAudioPlayer->m_szError));
+        emit transportChanged();
         return 0;
     }
     ShowStartedSong(path);
@@ -76,7 +76,9 @@ void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
 {
     m_bPlaying = 1;
     m_bStopped = 0;
-    m_bFailureReported = false;
+    m_bSongFailureReported = false;
+    m_bDeviceFailureReported = false;
+    m_strNextFailedPath.clear();
     m_strTotal = GetFormattedTime(static_cast<int>(m_pAudioPlayer->GetDurationSeconds()));
     m_nTrackMax = m_pAudioPlayer->m_qwDuration / kTicksPerSliderStep;
     if (m_Trackbar) {
@@ -134,6 +136,7 @@ int CMediaPlayerCtrl::Pause()
             m_pVisualThread->SetVisualState(0);
         }
     }
+    emit transportChanged();
     if (FAILED(hr)) {
         Error(hr, m_pAudioPlayer->m_szError);
         return 0;
@@ -168,6 +171,7 @@ int CMediaPlayerCtrl::Stop()
     }
     if (m_pVisualThread)
         m_pVisualThread->SetVisualState(0);
+    emit transportChanged();
     return result;
 }
 
@@ -219,7 +223,6 @@ void CMediaPlayerCtrl::OnTimer(int id)
 {
     if (!m_pAudioPlayer || m_pAudioPlayer->m_bPaused)
         return;
-    PollNextSong();
     if (!m_bUpdateProgress || id != kProgressTimerId) {
         // The first tick after a start or after a slider drag only re-enables the updates.
         if (m_bTrackReleased)
@@ -237,17 +240,31 @@ void CMediaPlayerCtrl::OnTimer(int id)
     const bool engineDone = !m_pAudioPlayer->m_bPlaying || !m_pAudioPlayer->m_hDecodeThread;
     if (!engineDone || m_bStopped)
         return;
+    ReportEndOfSong();
+    // Without repeat, play deliberately ends after the last entry.
+    if (PlayOrder::AdvancesAtEnd(m_bRepeat, currentRow(), count()))
+        Next();
+}
+
+void CMediaPlayerCtrl::ReportEndOfSong()
+{
     // Once per song: after the last entry the ticks go on seeing the same ended engine.
-    if (m_nPosition == 0 && m_pAudioPlayer->m_qwDuration == 0 && !m_bFailureReported && m_nCurrentIndex >= 0 &&
-        m_nCurrentIndex < m_arrFiles.GetSize()) {
-        m_bFailureReported = true;
+    if (!m_bSongFailureReported && m_pAudioPlayer->PeekCurrentTime() == 0 && m_pAudioPlayer->m_qwDuration == 0 &&
+        m_nCurrentIndex >= 0 && m_nCurrentIndex < m_arrFiles.GetSize()) {
+        m_bSongFailureReported = true;
         const QString path = m_arrFiles.GetAt(m_nCurrentIndex);
         emit songFailed(path, UnplayableReason(path, nullptr));
     }
     ReportDeviceFailure();
-    // Without repeat, play deliberately ends after the last entry.
-    if (PlayOrder::AdvancesAtEnd(m_bRepeat, currentRow(), count()))
-        Next();
+}
+
+void CMediaPlayerCtrl::OnEngineEnded()
+{
+    // The advance stays the progress timer's; what went wrong is told as it happens.
+    if (!m_pAudioPlayer || m_bStopped || m_pAudioPlayer->m_bPlaying)
+        return;
+    ReportEndOfSong();
+    emit transportChanged();
 }
 
 void CMediaPlayerCtrl::SetRowSelected(int row, bool selected)
@@ -279,7 +296,7 @@ void CMediaPlayerCtrl::ProcessTrackbar(unsigned code, unsigned)
     }
     m_bTrackReleased = 1;
     if (m_pAudioPlayer && m_Trackbar)
-        m_pAudioPlayer->Play(static_cast<quint64>(m_Trackbar->GetPos()) * kTicksPerSliderStep);
+        SeekTo(static_cast<quint64>(m_Trackbar->GetPos()) * kTicksPerSliderStep);
 }
 
 void CMediaPlayerCtrl::ProcessVolumeBar(unsigned, unsigned)
@@ -290,12 +307,20 @@ void CMediaPlayerCtrl::ProcessVolumeBar(unsigned, unsigned)
     const DWORD level = static_cast<DWORD>(m_nVolumeLevel) & 0xFFFFu;
     if (m_pAudioPlayer)
         waveOutSetVolume(m_pAudioPlayer->m_hWaveOut, level | (level << 16));
+    emit transportChanged();
 }
 
 void CMediaPlayerCtrl::StartPlayingFromPos(unsigned position)
 {
     if (m_pAudioPlayer)
-        m_pAudioPlayer->Play(static_cast<quint64>(position));
+        SeekTo(static_cast<quint64>(position));
+}
+
+void CMediaPlayerCtrl::SeekTo(quint64 position)
+{
+    m_pAudioPlayer->Play(position);
+    emit seeked(position);
+    FollowNextSong(); // seeking a song that had ended restarts the engine without its next one
 }
 
 void CMediaPlayerCtrl::SetVolume(long v)
@@ -306,6 +331,7 @@ void CMediaPlayerCtrl::SetVolume(long v)
     const DWORD level = static_cast<DWORD>((100 - v) * 65535 / 100);
     if (m_pAudioPlayer)
         waveOutSetVolume(m_pAudioPlayer->m_hWaveOut, level | (level << 16));
+    emit transportChanged();
 }
 
 long CMediaPlayerCtrl::GetVolume()
