@@ -6,7 +6,9 @@
 // of its feeder only; it keeps no lock of its own and calls nothing back. Errors are negative errno
 // values, as ALSA reports them.
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,6 +37,13 @@ public:
     virtual int DropAndPrepare() = 0;
     // Frames a new stream buffers before it starts on its own.
     virtual std::uint64_t StartFrames() const = 0;
+
+    // For the clock-paced null device. How many times real time the device plays.
+    virtual double Speed() const { return 1.0; }
+    // A device that plays everything at once hands blocks back this many at a time (0: as heard).
+    virtual std::size_t BurstBlocks() const { return 0; }
+    // A block heard whole, at `volume` (a device that records what it plays). No feeder lock held.
+    virtual void Heard(const WAVEHDR&, DWORD /*volume*/) {}
 };
 
 struct WaveDriverOpen
@@ -48,7 +57,10 @@ struct WaveDriverOpen
 // feeder calls it without its lock.
 struct WaveDriverKind
 {
-    const char* szThreadName;
-    WaveDriverOpen (*open)(const std::string& device, const WAVEFORMATEX& format);
+    const char* szThreadName; // null: the device thread keeps the name it inherits
+    bool bTimeCritical;       // the device thread runs time-critical (ThreadPriority.h)
+    std::function<WaveDriverOpen(const std::string& device, const WAVEFORMATEX& format)> open;
     const char* (*describe)(int error);
+    // "The sound device stopped: ..." for a device that failed with no recovery time.
+    void (*stopped)(char* text, std::size_t size, const std::string& device, int error);
 };

@@ -34,6 +34,7 @@ constexpr unsigned kEndSilenceMicroseconds = 100000;
 constexpr auto kLongestPlayOut = 500ms;
 constexpr auto kLongestSleep = kLongestPlayOut / 2;
 constexpr auto kIdleWait = 100ms;
+constexpr auto kBurstLinger = 5ms; // a device that hands back in bursts waits no longer for one
 constexpr auto kMinWait = 2ms;
 constexpr auto kRequestWait = 2s;
 constexpr int kResumeTries = 20;
@@ -77,14 +78,20 @@ public:
             return MMSYSERR_NODRIVER;
         m_nQueuedEnd += header->dwBufferLength / m_nFrameBytes;
         header->reserved = static_cast<DWORD_PTR>(m_nQueuedEnd);
+        const bool wasEmpty = m_queue.Empty();
         m_queue.Push(header);
+        ++m_nQueuedBlocks;
         m_tLastBlock = Clock::now();
+        if (wasEmpty)
+            m_tFirstQueued = m_tLastBlock;
         // While older blocks wait to be written the thread has work and wakes on its own schedule;
-        // a block is news only when everything before it was written.
+        // a block is news only when everything before it was written (or, on a device that hands
+        // back in bursts, when it starts or fills a burst).
         if (!m_pWriting) {
             m_pWriting = header;
             m_dwWriteOffset = 0;
-            m_wake.notify_all();
+            if (m_nBurstBlocks == 0 || wasEmpty || m_nQueuedBlocks == m_nBurstBlocks)
+                m_wake.notify_all();
         }
         return MMSYSERR_NOERROR;
     }
@@ -144,6 +151,13 @@ public:
     }
 
 private:
+    void Adopt(std::unique_ptr<IWaveDriver> driver)
+    {
+        m_pDriver = std::move(driver);
+        m_dFramesPerSecond = m_format.nSamplesPerSec * m_pDriver->Speed();
+        m_nBurstBlocks = m_pDriver->BurstBlocks();
+    }
+
     void CloseDriver() { m_pDriver.reset(); }
 
     // Opens `device` with the lock released, then adopts it and goes on at the first frame not
@@ -161,7 +175,7 @@ private:
             UpdateHeard();
             CloseDriver();
         }
-        m_pDriver = std::move(opened.pDriver);
+        Adopt(std::move(opened.pDriver));
         m_nDeviceError = 0;
         RestartStreamAt(m_nHeard); // while paused the new stream stays prepared, silent until Restart
         return true;
@@ -186,8 +200,7 @@ private:
     {
         m_nDeviceError = 0;
         if (m_nRecoveryMs == 0) {
-            std::snprintf(m_szFailure, sizeof(m_szFailure), "The sound device stopped: \"%s\": %s", m_strDevice.c_str(),
-                          m_kind.describe(error));
+            m_kind.stopped(m_szFailure, sizeof(m_szFailure), m_strDevice, error);
             m_bDead = true;
             return;
         }
@@ -250,7 +263,8 @@ private:
         if (!m_pDriver)
             return;
         WaveDriverState state = m_pDriver->State();
-        if (state == WaveDriverState::Running || state == WaveDriverState::Paused || state == WaveDriverState::Draining) {
+        if (state == WaveDriverState::Running || state == WaveDriverState::Paused ||
+            state == WaveDriverState::Draining) {
             std::int64_t delay = 0;
             if (m_pDriver->Delay(&delay) == 0) {
                 const std::uint64_t pending = delay > 0 ? static_cast<std::uint64_t>(delay) : 0;
@@ -295,7 +309,8 @@ private:
 
     Clock::duration FramesToDuration(std::uint64_t frames) const
     {
-        return std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
+        const double seconds = static_cast<double>(frames) / m_dFramesPerSecond;
+        return std::chrono::microseconds(static_cast<std::uint64_t>(1e6 * seconds));
     }
 
     // After a system suspend: the stream goes on where it stopped, or is started anew from what
@@ -345,6 +360,7 @@ private:
             if (front->reserved > m_nHeard)
                 break;
             m_queue.Pop();
+            --m_nQueuedBlocks;
             if (m_pWriting == front) {
                 m_pWriting = m_queue.Front();
                 m_dwWriteOffset = 0;
@@ -425,7 +441,7 @@ private:
         if (m_nDeviceError < 0)
             return false;
         if (wasPrepared && m_pDriver->State() == WaveDriverState::Running)
-            m_nStreamStarts.fetch_add(1, std::memory_order_relaxed); // ALSA started it at the threshold
+            SoundStarted(); // the driver started it at the threshold
         return StartIfReady(full);
     }
 
@@ -440,7 +456,7 @@ private:
             m_nDeviceError = error;
             return false;
         }
-        m_nStreamStarts.fetch_add(1, std::memory_order_relaxed);
+        SoundStarted();
         return true;
     }
 
@@ -472,6 +488,7 @@ private:
             m_pDriver->DropAndPrepare();
         }
         *handBack = m_queue.TakeAll();
+        m_nQueuedBlocks = 0;
         m_pWriting = nullptr;
         m_dwWriteOffset = 0;
         m_bStreamLost = false;
@@ -503,13 +520,24 @@ private:
         } else if (!m_bPaused && state == WaveDriverState::Paused) {
             if (m_pDriver->Pause(false) < 0)
                 RestartStreamAt(m_nHeard);
+            else
+                m_tLastHandBack = Clock::now();
         }
+    }
+
+    // A hand-back interval counts from when the sound starts, as it does from a burst.
+    void SoundStarted()
+    {
+        m_nStreamStarts.fetch_add(1, std::memory_order_relaxed);
+        m_tLastHandBack = Clock::now();
     }
 
     void Run()
     {
-        NameCurrentThread(m_kind.szThreadName);
-        SetCurrentThreadTimeCritical();
+        if (m_kind.szThreadName)
+            NameCurrentThread(m_kind.szThreadName);
+        if (m_kind.bTimeCritical)
+            SetCurrentThreadTimeCritical();
         WaveDriverOpen opened = m_kind.open(m_strDevice, m_format);
         std::unique_lock<std::mutex> lock(m_lock);
         m_nOpenResult = opened.nResult;
@@ -517,9 +545,10 @@ private:
         m_wake.notify_all();
         if (!opened.pDriver)
             return;
-        m_pDriver = std::move(opened.pDriver);
+        Adopt(std::move(opened.pDriver));
         while (!m_bClosing) {
             WAVEHDR* handBack = nullptr;
+            WAVEHDR* heard = nullptr; // the tail of handBack that was heard
             bool acknowledge = false;
             // Requests up to this ticket are answered by this round; later ones wait for the next.
             const std::uint64_t ticket = m_nRequested;
@@ -548,11 +577,13 @@ private:
                 }
                 if (m_bDead) {
                     handBack = Append(handBack, m_queue.TakeAll());
+                    m_nQueuedBlocks = 0;
                     m_pWriting = nullptr;
                 } else if (acknowledge || m_bPaused || HandBackDue()) {
-                    handBack = Append(handBack, CollectHeard());
+                    heard = CollectHeard();
+                    handBack = Append(handBack, heard);
                     if (handBack)
-                        m_tLastHandBack = Clock::now();
+                        m_tFirstQueued = m_tLastHandBack = Clock::now();
                 }
             }
             if (acknowledge && !handBack) {
@@ -561,6 +592,8 @@ private:
             }
             if (handBack) {
                 lock.unlock();
+                for (const WAVEHDR* h = heard; h; h = h->lpNext)
+                    m_pDriver->Heard(*h, GetVolume());
                 HandBackChain(handBack);
                 lock.lock();
                 if (acknowledge) {
@@ -585,9 +618,12 @@ private:
         return chain;
     }
 
-    // With a hand-back interval, heard blocks are held until it has passed since the last burst.
+    // With a hand-back interval, heard blocks are held until it has passed since the last burst. A
+    // device that hands back in bursts holds them until a burst is queued or kBurstLinger passed.
     bool HandBackDue() const
     {
+        if (m_nBurstBlocks > 0)
+            return m_nQueuedBlocks >= m_nBurstBlocks || Clock::now() - m_tFirstQueued >= kBurstLinger;
         const DWORD intervalMs = GetHandBackInterval();
         return intervalMs == 0 || Clock::now() - m_tLastHandBack >= std::chrono::milliseconds(intervalMs);
     }
@@ -605,12 +641,14 @@ private:
             return kIdleWait;
         if (m_bStreamLost)
             return kTailWait;
+        if (m_nBurstBlocks > 0)
+            return std::clamp<Clock::duration>(m_tFirstQueued + kBurstLinger - Clock::now(), kMinWait, kIdleWait);
         if (m_pDriver->State() == WaveDriverState::Prepared) {
             const auto untilTail = m_tLastBlock + kTailWait - Clock::now();
             return std::clamp<Clock::duration>(untilTail, kMinWait, kIdleWait);
         }
         const std::uint64_t frames = front->reserved > m_nHeard ? front->reserved - m_nHeard : 0;
-        const Clock::duration untilHeard = std::chrono::microseconds(1000000ull * frames / m_format.nSamplesPerSec);
+        const Clock::duration untilHeard = FramesToDuration(frames);
         const DWORD intervalMs = GetHandBackInterval();
         if (intervalMs == 0)
             return std::clamp<Clock::duration>(untilHeard, kMinWait, kIdleWait);
@@ -624,6 +662,7 @@ private:
     std::unique_ptr<IWaveDriver> m_pDriver;
     WAVEFORMATEX m_format{};
     DWORD m_nFrameBytes = 4;
+    double m_dFramesPerSecond = 44100;
     BYTE m_scratch[kScratchBytes];
     std::thread m_thread;
     std::atomic<std::uint64_t> m_nUnderruns{0};
@@ -636,6 +675,9 @@ private:
     mutable std::mutex m_lock;
     std::condition_variable m_wake;
     CHeaderQueue m_queue;              // blocks not handed back yet, in order
+    std::size_t m_nQueuedBlocks = 0;
+    std::size_t m_nBurstBlocks = 0;    // the driver's BurstBlocks()
+    Clock::time_point m_tFirstQueued{}; // when the burst being gathered began
     WAVEHDR* m_pWriting = nullptr;     // the block holding the write cursor, or null when all is written
     DWORD m_dwWriteOffset = 0;
     std::uint64_t m_nQueuedEnd = 0;    // end of the last queued block

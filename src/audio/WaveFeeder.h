@@ -15,6 +15,10 @@
 // been written, the delay reported then promises when the last frame will have been heard, and when
 // that time (and a little more) has passed, it has been. No wait on a driver is unbounded.
 //
+// A hand-back interval counts from when the sound starts or resumes. A driver that plays at once
+// (the untimed null device) gets its blocks back in bursts; one that records what it plays is
+// given each block as it is heard whole.
+//
 // The same restart at the first frame not heard moves the sound to another device (SwitchTo), and,
 // with a recovery time, brings a failed device back: it is opened again, backing off, until that
 // time is up; meanwhile the queue waits.

@@ -3,6 +3,7 @@
 // maps each driver call onto one ALSA call; the feeder's device thread is its only user.
 
 #include <alsa/asoundlib.h>
+#include <cstdio>
 
 #include "audio/WaveFeeder.h"
 
@@ -131,7 +132,12 @@ const char* DescribeAlsa(int error)
     return snd_strerror(error);
 }
 
-constexpr WaveDriverKind kAlsa{"tunivox-alsa", OpenAlsa, DescribeAlsa};
+void StoppedAlsa(char* text, std::size_t size, const std::string& device, int error)
+{
+    std::snprintf(text, size, "The sound device stopped: \"%s\": %s", device.c_str(), snd_strerror(error));
+}
+
+const WaveDriverKind kAlsa{"tunivox-alsa", true, OpenAlsa, DescribeAlsa, StoppedAlsa};
 
 } // namespace
 

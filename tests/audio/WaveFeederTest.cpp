@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <thread>
@@ -115,7 +116,12 @@ const char* DescribeScripted(int)
     return "scripted";
 }
 
-constexpr WaveDriverKind kScripted{"tunivox-test", OpenScripted, DescribeScripted};
+void StoppedScripted(char* text, std::size_t size, const std::string&, int)
+{
+    std::snprintf(text, size, "The sound device stopped: scripted");
+}
+
+const WaveDriverKind kScripted{"tunivox-test", false, OpenScripted, DescribeScripted, StoppedScripted};
 
 struct Returned
 {
