@@ -55,6 +55,8 @@ constexpr auto kTailWait = 60ms;
 // (PipeWire: up to 2048 frames) plays out the last, partial one.
 constexpr auto kPlayOutSlack = 150ms;
 constexpr auto kDrainMargin = 30ms;
+// No block for this long while all was written: the stream has ended, it is not merely late.
+constexpr auto kEndOfStreamQuiet = 300ms;
 constexpr unsigned kEndSilenceMicroseconds = 100000;
 constexpr auto kIdleWait = 100ms;
 constexpr auto kLongestSleep = std::chrono::microseconds(kBufferMicroseconds / 2);
@@ -377,9 +379,10 @@ private:
         }
     }
 
-    // Everything queued has been written: the last frame is heard within the delay reported now,
-    // and once that time (and a little more) has passed it has been, whatever the device reports
-    // since. PipeWire's own plugin then reports a delay that rises and falls with each cycle of its
+    // Everything queued has been written and no block has come for a while (the end of a song, not a
+    // writer that fell behind on a loaded machine while the server plays late too): the last frame is
+    // heard within the delay reported then, and once that time (and a little more) has passed it
+    // has been, whatever the device reports since. PipeWire's own plugin then reports a delay that rises and falls with each cycle of its
     // graph; its PulseAudio protocol, resampling, one that stands still. Neither reaches zero.
     void BoundPlayOut(std::uint64_t pending)
     {
@@ -391,7 +394,7 @@ private:
         if (!m_bPlayOutTimed) {
             m_bPlayOutTimed = true;
             m_tPlayedOutBy = now + FramesToDuration(pending) + kPlayOutSlack;
-        } else if (now >= m_tPlayedOutBy) {
+        } else if (now >= m_tPlayedOutBy && now - m_tLastBlock >= kEndOfStreamQuiet) {
             m_nHeard = m_nWrittenEnd;
         }
     }
