@@ -24,16 +24,22 @@ QByteArray PlayedPcm(const QString& path)
     return pcm;
 }
 
+// The control's engine plays through ALSA's "pulse" device, into the server that runs.
+void PlayThroughPulseDevice()
+{
+    WaveMapperOptions options;
+    options.eBackend = WaveBackend::Alsa;
+    options.strAlsaDevice = "pulse";
+    SetWaveMapper(options);
+}
+
 // A song started by the control on the PulseAudio server arrives whole, byte for byte.
 TEST(PlayerPulse, ASongStartedByTheControlIsHeardWhole)
 {
     ScopedSoundServer server;
     ASSERT_TRUE(server.Started()) << server.ErrorText().toStdString();
     PlayerFixture f(1.0);
-    WaveMapperOptions options;
-    options.eBackend = WaveBackend::Alsa;
-    options.strAlsaDevice = "pulse";
-    SetWaveMapper(options);
+    PlayThroughPulseDevice();
 
     f.Add({QStringLiteral("melody-44k-stereo.wav")});
     ASSERT_TRUE(server.StartCapture());
@@ -59,10 +65,7 @@ TEST_P(PlayerSoundServer, WithoutGaplessTheNextSongFollowsTheEndOfTheFirst)
     ScopedSoundServer server(GetParam());
     ASSERT_TRUE(server.Started()) << server.ErrorText().toStdString();
     PlayerFixture f(1.0);
-    WaveMapperOptions options;
-    options.eBackend = WaveBackend::Alsa;
-    options.strAlsaDevice = "pulse";
-    SetWaveMapper(options);
+    PlayThroughPulseDevice();
 
     const QList<int> seconds{3, 1};
     ScopedTempFolder folder;
