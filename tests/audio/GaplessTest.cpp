@@ -204,15 +204,21 @@ INSTANTIATE_TEST_SUITE_P(Modes, GaplessAlbumGain,
                                            AlbumGainCase{"Album", ReplayGainMode::Album, {-2, -2, 3}}),
                          [](const ::testing::TestParamInfo<AlbumGainCase>& info) { return std::string(info.param.name); });
 
+// The first part of the album playing, with gapless playback on.
+void PlayFirstPartGapless(CAudioPlayer& player)
+{
+    ASSERT_EQ(player.Init(), S_OK);
+    player.SetGapless(true);
+    ASSERT_EQ(player.Open(Part(1, "flac").toUtf8().constData()), S_OK);
+    ASSERT_EQ(player.Play(0), S_OK);
+}
+
 // A song that cannot be prepared is reported, not dropped in silence, and the open one ends alone.
 TEST(GaplessPrepare, FailureIsReportedAndTheSongEndsAlone)
 {
     ScopedNullDevice device(kSpeed);
     CAudioPlayer player;
-    ASSERT_EQ(player.Init(), S_OK);
-    player.SetGapless(true);
-    ASSERT_EQ(player.Open(Part(1, "flac").toUtf8().constData()), S_OK);
-    ASSERT_EQ(player.Play(0), S_OK);
+    PlayFirstPartGapless(player);
     for (const char* name : {"not-audio.mp3", "no-such-song.flac"}) {
         SCOPED_TRACE(name);
         EXPECT_TRUE(FAILED(player.PrepareNext(FixturePath(QString::fromLatin1(name)).toUtf8().constData())));
@@ -230,10 +236,7 @@ TEST(GaplessCancel, SeekKeepsTheNextSongAndCancelDropsIt)
 {
     ScopedNullDevice device(kSpeed);
     CAudioPlayer player;
-    ASSERT_EQ(player.Init(), S_OK);
-    player.SetGapless(true);
-    ASSERT_EQ(player.Open(Part(1, "flac").toUtf8().constData()), S_OK);
-    ASSERT_EQ(player.Play(0), S_OK);
+    PlayFirstPartGapless(player);
     ASSERT_EQ(player.PrepareNext(Part(2, "flac").toUtf8().constData()), S_OK);
     ASSERT_TRUE(WaitUntil([&] { return player.GetNextState() == CAudioPlayer::kNextJoined; }, 20000));
     const QWORD target = 2000000; // 0.2 s into the first song
