@@ -94,7 +94,8 @@ QStringList FilesOf(const QStringList& paths, const std::atomic<bool>& bCancel, 
                     else if (!entry.isSymLink())
                         AddUndecodableNames(file, skipped);
                 } else if (suffixes.contains(entry.suffix().toLower())) {
-                    if (IsRegularFile(file))
+                    // The listing already read a plain entry's kind; only a link needs its target's.
+                    if (entry.isSymLink() ? IsRegularFile(file) : entry.isFile())
                         found.append(file);
                     else
                         skipped->Add(file);
