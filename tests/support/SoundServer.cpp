@@ -19,6 +19,29 @@ constexpr char kPipeWireRateConfig[] = R"(context.properties = {
     default.clock.allowed-rates = [ 44100 ]
 }
 )";
+
+// The null sink is part of the server's own configuration, so it exists before the pulse socket
+// answers: a client reconnecting after a restart never meets a server without it and is never
+// moved onto it while it plays.
+constexpr char kPipeWireNullSinkConfig[] = R"(context.objects = [
+    { factory = adapter
+      args = {
+          factory.name = support.null-audio-sink
+          node.name = "nullsink"
+          media.class = "Audio/Sink"
+          audio.position = [ FL FR ]
+          audio.rate = 44100
+          monitor.channel-volumes = true
+      }
+    }
+]
+)";
+
+bool WriteConfigFile(const QString& path, const char* text)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(text) >= 0;
+}
 } // namespace
 
 const char* SoundServerName(SoundServerKind kind)
@@ -46,13 +69,12 @@ ScopedSoundServer::ScopedSoundServer(SoundServerKind kind) : m_kind(kind)
         SetEnvironment("PIPEWIRE_RUNTIME_DIR", m_folder.path().toUtf8());
         const QString config = m_folder.filePath(QStringLiteral("config/pipewire/pipewire.conf.d"));
         QDir().mkpath(config);
-        QFile rate(config + QStringLiteral("/10-rate.conf"));
-        if (m_kind == SoundServerKind::PipeWireAt44k &&
-            (!rate.open(QIODevice::WriteOnly) || rate.write(kPipeWireRateConfig) < 0)) {
+        if ((m_kind == SoundServerKind::PipeWireAt44k &&
+             !WriteConfigFile(config + QStringLiteral("/10-rate.conf"), kPipeWireRateConfig)) ||
+            !WriteConfigFile(config + QStringLiteral("/20-null-sink.conf"), kPipeWireNullSinkConfig)) {
             m_strError = QStringLiteral("cannot write the PipeWire configuration");
             return;
         }
-        rate.close();
         // wireplumber needs a session bus; a private one, for the life of the object.
         if (!StartChild(QStringLiteral("dbus-daemon"),
                         {QStringLiteral("--session"), QStringLiteral("--nofork"),
@@ -108,14 +130,17 @@ bool ScopedSoundServer::StartPipeWire()
     }
     if (!WaitForPulseProtocol())
         return false;
-    if (!RunTool(QStringLiteral("pactl"),
-                 {QStringLiteral("load-module"), QStringLiteral("module-null-sink"), QStringLiteral("sink_name=nullsink"),
-                  QStringLiteral("rate=44100"), QStringLiteral("channels=2")},
-                 kStartTimeoutMs) ||
-        !RunTool(QStringLiteral("pactl"), {QStringLiteral("set-default-sink"), QStringLiteral("nullsink")},
-                 kStartTimeoutMs)) {
-        m_strError = QStringLiteral("the null sink could not be made the default");
-        return false;
+    // The session manager links new streams to the default sink once it has chosen one.
+    QElapsedTimer chosen;
+    chosen.start();
+    QByteArray sink;
+    while (!RunTool(QStringLiteral("pactl"), {QStringLiteral("get-default-sink")}, 2000, &sink) ||
+           sink.trimmed() != "nullsink") {
+        if (chosen.elapsed() > kStartTimeoutMs) {
+            m_strError = QStringLiteral("the null sink never became the default");
+            return false;
+        }
+        QThread::msleep(20);
     }
     return true;
 }
@@ -219,7 +244,8 @@ QProcessEnvironment ScopedSoundServer::Environment() const
     return environment;
 }
 
-bool ScopedSoundServer::RunTool(const QString& program, const QStringList& arguments, int timeoutMs) const
+bool ScopedSoundServer::RunTool(const QString& program, const QStringList& arguments, int timeoutMs,
+                                QByteArray* output) const
 {
     QProcess process;
     process.setProcessEnvironment(Environment());
@@ -229,6 +255,8 @@ bool ScopedSoundServer::RunTool(const QString& program, const QStringList& argum
         process.waitForFinished(1000);
         return false;
     }
+    if (output)
+        *output = process.readAllStandardOutput();
     return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 

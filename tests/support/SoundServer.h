@@ -60,7 +60,8 @@ private:
     bool WaitForPulseProtocol();
     bool StartChild(const QString& program, const QStringList& arguments);
     QProcessEnvironment Environment() const;
-    bool RunTool(const QString& program, const QStringList& arguments, int timeoutMs) const;
+    bool RunTool(const QString& program, const QStringList& arguments, int timeoutMs,
+                 QByteArray* output = nullptr) const;
     void SetEnvironment(const char* name, const QByteArray& value);
 
     const SoundServerKind m_kind;
