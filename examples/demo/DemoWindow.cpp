@@ -144,6 +144,9 @@ DemoWindow::DemoWindow()
     RegistryValue stored;
     if (!CRegistry().Read(m_player->GetRegSubKey(), "Gapless", stored))
         m_player->SetGapless(1);
+    // The selection is what "Edit tags…" edits: a song change never moves it; the playing song is
+    // marked instead.
+    m_player->SetSelectionFollowsPlaying(0);
     // Songs dragged in from a file manager land where the mark shows; entries dragged out go as files.
     m_player->SetAcceptsExternalDrops(1);
     new ScanStatus(m_player, statusBar());
@@ -347,11 +350,6 @@ void DemoWindow::OnSongStarted()
     // The labels belong to this song at once, not at the control's next progress tick.
     m_elapsed->setText(QStringLiteral("00:00"));
     m_total->setText(m_player->GetTotalText().isEmpty() ? QStringLiteral("00:00") : m_player->GetTotalText());
-    for (int i = 0; i < m_player->count(); ++i) {
-        QFont font = m_player->item(i)->font();
-        font.setBold(i == m_player->GetCurrentIndex());
-        m_player->item(i)->setFont(font);
-    }
     setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
 }
 

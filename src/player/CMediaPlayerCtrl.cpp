@@ -13,7 +13,7 @@
 #include "platform/StringConv.h"
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerToolbar.h"
-#include "player/SubstringIndex.h"
+#include "player/PlayingMarkerDelegate.h"
 #include "player/CMediaPlayerWnd.h"
 #include "visual/CRegistry.h"
 
@@ -30,6 +30,10 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     // Deliberately pre-sized (size, not capacity): hosts clear the playlist before loading songs.
     m_arrFiles.SetSize(5000);
     m_arrTitles.SetSize(5000);
+    m_pPlaylist = std::make_unique<CPlaylistModel>(m_arrFiles, m_arrTitles);
+    connect(m_pPlaylist.get(), &CPlaylistModel::pathListed, this, &CMediaPlayerCtrl::WatchFile);
+    connect(m_pPlaylist.get(), &CPlaylistModel::pathUnlisted, this, &CMediaPlayerCtrl::UnwatchFile);
+    setItemDelegate(new CPlayingMarkerDelegate(this));
     m_progressTimer.setInterval(950);
     connect(&m_progressTimer, &QTimer::timeout, this, [this] { OnTimer(kProgressTimerId); });
     m_tagTimer.setSingleShot(true);
@@ -39,7 +43,10 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     m_orderTimer.setInterval(0);
     connect(&m_orderTimer, &QTimer::timeout, this, [this] { UpdateNextSong(); });
     QAbstractItemModel* list = model();
-    connect(list, &QAbstractItemModel::rowsInserted, this, [this] { OnPlayOrderChanged(); });
+    connect(list, &QAbstractItemModel::rowsInserted, this, [this](const QModelIndex&, int first, int last) {
+        OnRowsInserted(first, last);
+        OnPlayOrderChanged();
+    });
     connect(list, &QAbstractItemModel::rowsRemoved, this, [this] { OnPlayOrderChanged(); });
     connect(list, &QAbstractItemModel::rowsMoved, this, [this] { OnPlayOrderChanged(); });
     connect(list, &QAbstractItemModel::modelReset, this, [this] { OnPlayOrderChanged(); });

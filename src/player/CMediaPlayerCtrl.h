@@ -10,7 +10,9 @@
 // takes them with GetToolbar(), GetTrackbar() and GetVolumeBar(), places them and calls show().
 //
 // The playlist is held three times in parallel, index for index: the item texts ("%d. %s"),
-// m_arrFiles (paths) and m_arrTitles (display titles).
+// m_arrFiles (paths) and m_arrTitles (display titles). The two arrays are written only by the
+// playlist model (CPlaylistModel), which also keeps a record with a stable id per row and holds the
+// playing and the prepared entries by id.
 //
 // Notifications (posted CUserMessageEvent to the widget that was the control's parent when Init ran, not
 // to its top-level window: a QMainWindow host whose control sits in a central widget gets them in that
@@ -79,6 +81,7 @@
 #include "platform/ProcessList.h"
 #include "player/CMediaPlayerToolbar.h"
 #include "platform/ProcessRunner.h"
+#include "session/PlaylistModel.h"
 #include "song/CMp3Song.h"
 #include "tunivox_export.h"
 #include "visual/IVisualFeedSource.h"
@@ -88,7 +91,7 @@ class CMediaPlayerWnd;
 class QFileSystemWatcher;
 class QMimeData;
 class CSongScanner;
-class CSubstringIndex;
+class CPlaylistModel;
 class CVisualThread;
 
 // The progress timer's id (its tick is OnTimer(kProgressTimerId)) and the position slider's control id.
@@ -165,6 +168,14 @@ public:
     BOOL IsShuffle() const { return m_bShuffle; }
     void SetRepeatMode(int b) { m_bRepeat = b; OnPlayOrderChanged(); emit transportChanged(); }
     void SetShuflleMode(int b) { m_bShuffle = b; OnPlayOrderChanged(); emit transportChanged(); }
+    // Whether the selection and the scroll position follow the playing song (1, the default, as the
+    // classic control does). 0: they are the user's and never move on their own; the playing entry
+    // is marked instead (bold, with a play symbol), the marker stays on its song through drags and
+    // Deletes, and deleting the playing entry lets the song after it come next.
+    void SetSelectionFollowsPlaying(int bFollows);
+    BOOL IsSelectionFollowingPlaying() const { return m_bSelectionFollowsPlaying; }
+    // The row of the playing song, -1 while stopped or when its entry was deleted.
+    int GetPlayingRow() const;
     // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
     void SetGapless(int bGapless);
     BOOL IsGapless() const { return m_bGapless; }
@@ -335,6 +346,7 @@ protected:
     void closeEvent(QCloseEvent* e) override;
     bool UserMessage(CUserMessageEvent* e) override;
     UINT Dragging(QPoint ptScreen) override;
+    void Dropped(QPoint ptScreen) override;
     void dragEnterEvent(QDragEnterEvent* e) override;
     void dragMoveEvent(QDragMoveEvent* e) override;
     void dragLeaveEvent(QDragLeaveEvent* e) override;
@@ -352,9 +364,9 @@ private:
     void SetSliderPosition(int position);
     // CAudioPlayer::Play(position) on an open engine, then told to seeked's readers.
     void SeekTo(quint64 position);
-    CSubstringIndex& PathIndex();
-    void InvalidatePathIndex();
     static void EntryTexts(const CMp3Song& song, int bUseTags, QString* title, QString* text);
+    QStringList ItemTexts() const;
+    void OnRowsInserted(int first, int last);
     void WatchFile(const QString& path);
     void UnwatchFile(const QString& path);
     void OnFileChanged(const QString& path);
@@ -384,7 +396,13 @@ private:
     // Takes the next song over once the engine says it was heard; prepares again when the engine
     // dropped it.
     void FollowNextSong();
-    void ShowHeardSong(int index, const QString& path);
+    void ShowHeardSong(PlaylistEntryId id, const QString& path);
+    // The row the play order steps from: the playing entry's, or, when it was deleted, the row
+    // before the one its follower took.
+    int PlayingRowForOrder() const;
+    // The playing entry becomes the row m_nCurrentIndex names when it holds `path`, else the first
+    // entry with that path (or none, for a path that is not listed).
+    void HoldPlayingEntry(const QString& path);
     void OnPlayOrderChanged();
     // addFile for each song, then the accepted ones moved before entry `index`; returns how many.
     int InsertSongsAt(int index, const QList<CMp3Song>& songs, int bUseTags);
@@ -446,16 +464,9 @@ private:
     QPointer<QWidget> m_hostWindow; // where notifications go: the window the control was placed in
     QString m_strPicturePath;      // current "_tmpPlayerPic_" file
     QStringList m_stalePictures;   // earlier songs' pictures, removed once the new song plays
-    std::unique_ptr<CSubstringIndex> m_pPathIndex; // answers the duplicate rule of addFile
+    std::unique_ptr<CPlaylistModel> m_pPlaylist; // the entries; sole writer of the two arrays
     QString m_strAppFolder;
     QString m_strTempFolder;
-    // How each path was added, to title it again by the same rules when its tags change.
-    struct CAddedSong
-    {
-        int bUseTags = 0;
-        QString strAux2;
-    };
-    QHash<QString, CAddedSong> m_mapAdded;
     QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off
     QSet<QString> m_setChangedFiles;          // changed since the last re-read
     QTimer m_tagTimer;                         // lets a writer finish before the tags are re-read
@@ -464,9 +475,9 @@ private:
     int m_nRecoverySeconds = 0;
     bool m_bRemembersPlayback = false;
     bool m_bGapless = false;
+    bool m_bSelectionFollowsPlaying = true;
     int m_nHandBackMs = 0;
-    int m_nNextIndex = -1;  // entry of the song prepared in the engine
-    QString m_strNextPath;  // its path; empty when none is prepared
+    QString m_strNextPath;  // the song prepared in the engine (the model holds its entry); empty when none
     QString m_strNextFailedPath; // could not be prepared for the playing song; not tried again for it
     QTimer m_orderTimer;    // chooses the next song again once a list change has settled
     struct CScanJob

@@ -24,8 +24,8 @@ void CMediaPlayerCtrl::SetWatchFiles(int bWatch)
         return;
     m_pWatcher = new QFileSystemWatcher(this);
     connect(m_pWatcher, &QFileSystemWatcher::fileChanged, this, &CMediaPlayerCtrl::OnFileChanged);
-    for (auto it = m_mapAdded.cbegin(); it != m_mapAdded.cend(); ++it)
-        WatchFile(it.key());
+    for (const QString& path : m_pPlaylist->ListedPaths())
+        WatchFile(path);
 }
 
 void CMediaPlayerCtrl::WatchFile(const QString& path)
@@ -53,7 +53,7 @@ void CMediaPlayerCtrl::RereadChangedFiles()
     for (const QString& path : changed) {
         // A file replaced by a rename is a new file: the watch moves to it (the old one may live on
         // while the engine still plays it). A deleted one keeps its entry as it was.
-        if (m_mapAdded.contains(path)) {
+        if (m_pPlaylist->EntryWithPath(path)) {
             UnwatchFile(path);
             WatchFile(path);
         }
@@ -76,15 +76,14 @@ int CMediaPlayerCtrl::RetitleEntry(const QString& path)
             index = i;
     if (index < 0 || !QFileInfo(path).isReadable())
         return 0;
-    const CAddedSong added = m_mapAdded.value(path, CAddedSong{0, QFileInfo(path).fileName()});
+    const CPlaylistEntry* added = m_pPlaylist->EntryWithPath(path);
     CMp3Song song = CId3Tag().ReadTag(path, QString());
     song.m_strFilePath = path;
-    song.m_strAux2 = added.strAux2;
+    song.m_strAux2 = added ? added->strAux2 : QFileInfo(path).fileName();
     QString title;
     QString text;
-    EntryTexts(song, added.bUseTags, &title, &text);
-    if (index < m_arrTitles.GetSize())
-        m_arrTitles.SetAt(index, title);
+    EntryTexts(song, added ? added->bUseTags : 0, &title, &text);
+    m_pPlaylist->SetTitleAt(index, title);
     if (QListWidgetItem* entry = index < count() ? item(index) : nullptr) {
         // The number stays: it is the entry's place, which a retag does not change.
         const QString old = entry->text();

@@ -33,10 +33,10 @@ QString CMediaPlayerCtrl::ChooseNextSong(int* index)
     in.files = m_arrFiles.GetSize();
     in.repeat = m_bRepeat != 0;
     in.shuffle = m_bShuffle != 0;
-    in.selectedRow = currentRow();
-    in.current = m_nCurrentIndex;
+    in.selectedRow = m_bSelectionFollowsPlaying ? currentRow() : PlayingRowForOrder();
+    in.current = m_bSelectionFollowsPlaying ? m_nCurrentIndex : PlayingRowForOrder();
     if (m_bShuffle && !m_strNextPath.isEmpty())
-        in.prepared = static_cast<int>(m_arrFiles.Items().indexOf(m_strNextPath));
+        in.prepared = m_pPlaylist->RowOf(m_pPlaylist->Prepared());
     SystemShuffleSource source;
     const int k = PlayOrder::FollowingEntry(in, source);
     if (k == PlayOrder::kNoEntry)
@@ -55,7 +55,7 @@ void CMediaPlayerCtrl::UpdateNextSong()
         wanted = ChooseNextSong(&index);
     if (!m_strNextPath.isEmpty() && wanted == m_strNextPath &&
         m_pAudioPlayer->GetNextState() != CAudioPlayer::kNextNone) {
-        m_nNextIndex = index;
+        m_pPlaylist->SetPrepared(m_pPlaylist->IdAt(index));
         return;
     }
     if (DropNextSong()) {
@@ -66,7 +66,7 @@ void CMediaPlayerCtrl::UpdateNextSong()
         return;
     const HRESULT hr = m_pAudioPlayer->PrepareNext(wanted.toUtf8().constData());
     if (SUCCEEDED(hr)) {
-        m_nNextIndex = index;
+        m_pPlaylist->SetPrepared(m_pPlaylist->IdAt(index));
         m_strNextPath = wanted;
         FollowNextSong();
         return;
@@ -81,18 +81,15 @@ void CMediaPlayerCtrl::UpdateNextSong()
 
 bool CMediaPlayerCtrl::DropNextSong()
 {
-    if (!m_pAudioPlayer || (m_strNextPath.isEmpty() && m_pAudioPlayer->GetNextState() == CAudioPlayer::kNextNone)) {
-        m_nNextIndex = -1;
-        m_strNextPath.clear();
-        return false;
-    }
-    const int index = m_nNextIndex;
+    const PlaylistEntryId id = m_pPlaylist->Prepared();
     const QString path = m_strNextPath;
-    m_nNextIndex = -1;
+    m_pPlaylist->SetPrepared(kNoPlaylistEntry);
     m_strNextPath.clear();
+    if (!m_pAudioPlayer || (path.isEmpty() && m_pAudioPlayer->GetNextState() == CAudioPlayer::kNextNone))
+        return false;
     if (m_pAudioPlayer->CancelNext() == S_FALSE && !path.isEmpty()) {
         m_pAudioPlayer->TakeHeardSong(); // it was heard before it could be cancelled and plays now
-        ShowHeardSong(index, path);
+        ShowHeardSong(id, path);
         return true;
     }
     return false;
@@ -105,29 +102,34 @@ void CMediaPlayerCtrl::FollowNextSong()
     const int state = m_pAudioPlayer->GetNextState();
     if (state == CAudioPlayer::kNextNone) {
         // The engine dropped it (a seek after the song had ended restarts the engine): prepare again.
-        m_nNextIndex = -1;
+        m_pPlaylist->SetPrepared(kNoPlaylistEntry);
         m_strNextPath.clear();
         UpdateNextSong();
         return;
     }
     if (state == CAudioPlayer::kNextHeard && m_pAudioPlayer->TakeHeardSong()) {
-        const int index = m_nNextIndex;
+        const PlaylistEntryId id = m_pPlaylist->Prepared();
         const QString path = m_strNextPath;
-        m_nNextIndex = -1;
+        m_pPlaylist->SetPrepared(kNoPlaylistEntry);
         m_strNextPath.clear();
-        ShowHeardSong(index, path);
+        ShowHeardSong(id, path);
         UpdateNextSong();
     }
 }
 
-void CMediaPlayerCtrl::ShowHeardSong(int index, const QString& path)
+void CMediaPlayerCtrl::ShowHeardSong(PlaylistEntryId id, const QString& path)
 {
-    if (index < 0 || index >= m_arrFiles.GetSize() || m_arrFiles.GetAt(index) != path)
-        index = static_cast<int>(m_arrFiles.Items().indexOf(path)); // the list changed meanwhile
+    int index = m_pPlaylist->RowOf(id);
+    if (const CPlaylistEntry* entry = m_pPlaylist->EntryAt(index); !entry || entry->strPath != path) {
+        const CPlaylistEntry* listed = m_pPlaylist->EntryWithPath(path); // the list changed meanwhile
+        index = listed ? m_pPlaylist->RowOf(listed->nId) : -1;
+    }
     if (index >= 0 && index < count()) {
-        SetRowSelected(currentRow(), false);
-        setCurrentRow(index, QItemSelectionModel::NoUpdate);
-        SetRowSelected(index, true);
+        if (m_bSelectionFollowsPlaying) {
+            SetRowSelected(currentRow(), false);
+            setCurrentRow(index, QItemSelectionModel::NoUpdate);
+            SetRowSelected(index, true);
+        }
         m_nCurrentIndex = index;
     }
     ShowStartedSong(path);

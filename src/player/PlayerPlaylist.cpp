@@ -3,28 +3,8 @@
 #include "platform/StringConv.h"
 #include "platform/UserMessages.h"
 #include "player/CMediaPlayerCtrl.h"
-#include "player/SubstringIndex.h"
+#include "session/SubstringIndex.h"
 #include "session/PlayOrder.h"
-
-CSubstringIndex& CMediaPlayerCtrl::PathIndex()
-{
-    // Every operation that changes paths other than by appending drops the index; it is rebuilt here.
-    if (!m_pPathIndex)
-        m_pPathIndex = std::make_unique<CSubstringIndex>(Qt::CaseSensitive);
-    if (m_pPathIndex->Size() != m_arrFiles.GetSize()) {
-        m_pPathIndex->Clear();
-        for (const QString& file : m_arrFiles.Items())
-            m_pPathIndex->Append(file);
-    }
-    return *m_pPathIndex;
-}
-
-void CMediaPlayerCtrl::InvalidatePathIndex()
-{
-    if (m_pPathIndex)
-        m_pPathIndex->Clear();
-}
-
 
 int CMediaPlayerCtrl::addFile(CMp3Song song, int bUseTags)
 {
@@ -32,20 +12,14 @@ int CMediaPlayerCtrl::addFile(CMp3Song song, int bUseTags)
         return -1;
     const QString& path = song.m_strFilePath;
     // Duplicate rule: rejected when an existing path contains this one (case-sensitive substring).
-    CSubstringIndex& index = PathIndex();
-    if (index.FirstContaining(path) >= 0)
+    if (m_pPlaylist->IsDuplicate(path))
         return -1;
 
     ++m_nAdded;
-    m_arrFiles.Add(path);
-    index.Append(path);
-    m_mapAdded.insert(path, CAddedSong{bUseTags, song.m_strAux2});
-    WatchFile(path);
-
     QString title;
     QString text;
     EntryTexts(song, bUseTags, &title, &text);
-    m_arrTitles.Add(title);
+    m_pPlaylist->Append(path, title, bUseTags, song.m_strAux2);
     const int n = m_arrFiles.GetSize();
     insertItem(n - 1, QString::asprintf("%d. ", n) + text);
     return 0;
@@ -80,87 +54,64 @@ void CMediaPlayerCtrl::ClearPlayList()
     m_bPlaying = 0;
     m_nAdded = 0;
     m_nCurrentIndex = 0; // as built: the next list starts from its first entries
-    m_arrFiles.SetSize(0);
-    m_arrTitles.SetSize(0);
-    InvalidatePathIndex();
-    for (auto it = m_mapAdded.cbegin(); it != m_mapAdded.cend(); ++it)
-        UnwatchFile(it.key());
-    m_mapAdded.clear();
+    m_pPlaylist->Clear();
     PostToHost(WM_PLAYER_LIST_CLEARED);
     emit playlistCleared();
 }
 
 void CMediaPlayerCtrl::ClearFileArray()
 {
-    InvalidatePathIndex();
-    // Each removal shifts the tail down, so this removes every second entry from i on; kept as is.
-    for (int i = count() - 1; i < m_arrFiles.GetSize(); ++i)
-        m_arrFiles.RemoveAt(i);
+    m_pPlaylist->ClearFileArrayFrom(count() - 1);
 }
 
 void CMediaPlayerCtrl::RemoveEntryAt(int index)
 {
-    InvalidatePathIndex();
-    UnwatchFile(m_arrFiles.GetAt(index));
-    m_mapAdded.remove(m_arrFiles.GetAt(index));
-    m_arrFiles.RemoveAt(index);
-    m_arrTitles.RemoveAt(index);
+    m_pPlaylist->RemoveAt(index);
     m_nCurrentIndex = PlayOrder::EntryAfterRemoval(m_nCurrentIndex, index);
+}
+
+void CMediaPlayerCtrl::Dropped(QPoint ptScreen)
+{
+    // The list box moves the item texts; the entries (and with them the playing one) move the same way.
+    if (!IsSorted()) {
+        const QList<int> rows = IsMultiSelection() ? GetSelItems() : QList<int>{GetCurSel()};
+        CInterDragListBox* target = TargetFromPoint(ptScreen);
+        if (target == this)
+            m_pPlaylist->MoveRows(rows, InsertIndexFromPoint(ptScreen));
+        else if (target)
+            m_pPlaylist->DropRows(rows);
+    }
+    CInterDragListBox::Dropped(ptScreen);
+    viewport()->update();
+}
+
+void CMediaPlayerCtrl::OnRowsInserted(int first, int last)
+{
+    // Rows another list dropped in have no entry yet; the control's own inserts made theirs first.
+    const int foreign = count() - m_pPlaylist->RowCount();
+    if (foreign > 0)
+        m_pPlaylist->InsertForeignRows(first, std::min(foreign, last - first + 1));
+}
+
+QStringList CMediaPlayerCtrl::ItemTexts() const
+{
+    QStringList texts;
+    texts.reserve(count());
+    for (int i = 0; i < count(); ++i)
+        texts.append(item(i)->text());
+    return texts;
 }
 
 void CMediaPlayerCtrl::RenumberItems()
 {
-    // Rebuild both arrays in list order, finding each item's entry by case-insensitive substring, the
-    // first title that matches, else the first path.
-    CSubstringIndex titleIndex(Qt::CaseInsensitive);
-    titleIndex.Build(m_arrTitles.Items());
-    // Paths are only searched for items whose text no title holds: index them on first need.
-    std::unique_ptr<CSubstringIndex> fileIndex;
-
-    CStringArray titles;
-    CStringArray files;
-    for (int i = 0; i < count() && i < m_arrTitles.GetSize(); ++i) {
-        QString text = item(i)->text();
-        const int dot = text.indexOf(QLatin1Char('.'));
-        if (dot >= 0)
-            text = text.mid(dot + 2);
-        int j = titleIndex.FirstContaining(text);
-        if (j < 0) {
-            if (!fileIndex) {
-                fileIndex = std::make_unique<CSubstringIndex>(Qt::CaseInsensitive);
-                fileIndex->Build(m_arrFiles.Items());
-            }
-            j = fileIndex->FirstContaining(text);
-        }
-        if (j < 0)
-            continue;
-        titles.Add(text);
-        files.Add(m_arrFiles.GetAt(j));
-    }
-    InvalidatePathIndex();
     const QList<QString> before = m_arrFiles.Items();
-    for (int i = 0; i < titles.GetSize(); ++i) {
-        m_arrTitles.SetAt(i, titles.GetAt(i));
-        m_arrFiles.SetAt(i, files.GetAt(i));
-    }
+    m_pPlaylist->RenumberFromTexts(ItemTexts());
     m_nCurrentIndex = PlayOrder::EntryAfterReorder(m_nCurrentIndex, before, m_arrFiles.Items());
 }
 
 void CMediaPlayerCtrl::RearrangeListItems()
 {
-    InvalidatePathIndex();
-    for (int i = 0; i < count(); ++i) {
-        const QString full = item(i)->text();
-        const int p = full.indexOf(QStringLiteral(". "));
-        const QString text = full.right(full.size() - p - 1).trimmed();
-        for (int j = 0; j < m_arrFiles.GetSize(); ++j) {
-            if (m_arrFiles.GetAt(j).contains(text)) {
-                // Deliberately no exchange: the item text is stored at j.
-                m_arrFiles.SetAt(i, m_arrFiles.GetAt(j));
-                m_arrFiles.SetAt(j, text);
-            }
-        }
-    }
+    m_pPlaylist->RearrangeFromTexts(ItemTexts());
 }
 
 int CMediaPlayerCtrl::FindString(const CStringArray& arr, const char* s)

@@ -70,10 +70,7 @@ int CMediaPlayerCtrl::InsertSongsAt(int index, const QList<CMp3Song>& songs, int
     // addFile appended them; move the block (items and both arrays) before entry `index`.
     for (int k = 0; k < added; ++k)
         insertItem(index + k, takeItem(before + k));
-    auto moveBlock = [&](QVector<QString>& v) { std::rotate(v.begin() + index, v.begin() + before, v.begin() + before + added); };
-    moveBlock(m_arrFiles.Items());
-    moveBlock(m_arrTitles.Items());
-    InvalidatePathIndex();
+    m_pPlaylist->MoveLastRowsTo(added, index);
     for (int i = index; i < count(); ++i)
         item(i)->setText(RenumberedItemText(item(i)->text(), i + 1));
     // The playing entry is still the same song.

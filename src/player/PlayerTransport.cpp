@@ -34,13 +34,15 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
     }
     const int n = count();
     if (m_bShuffle && n >= 1) {
-        const int c = currentRow();
+        const int c = m_bSelectionFollowsPlaying ? currentRow() : PlayingRowForOrder();
         SystemShuffleSource source;
         const int k = PlayOrder::DrawShuffled(c, n, source);
-        SetRowSelected(c, false);
-        // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
-        setCurrentRow(k, QItemSelectionModel::NoUpdate);
-        SetRowSelected(k, true);
+        if (m_bSelectionFollowsPlaying) {
+            SetRowSelected(c, false);
+            // NoUpdate: in a multi-selection list a plain setCurrentRow would select again.
+            setCurrentRow(k, QItemSelectionModel::NoUpdate);
+            SetRowSelected(k, true);
+        }
         path = m_arrFiles.GetAt(k);
         m_nCurrentIndex = k;
     }
@@ -54,7 +56,7 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
         return 0;
     }
     // Opening another song drops the one prepared to follow (the engine closes it).
-    m_nNextIndex = -1;
+    m_pPlaylist->SetPrepared(kNoPlaylistEntry);
     m_strNextPath.clear();
     const QByteArray narrow = path.toUtf8();
     HRESULT hr = m_pAudioPlayer->Open(narrow.constData());
@@ -74,6 +76,7 @@ int CMediaPlayerCtrl::PlayStart(const char* pathArg)
 
 void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
 {
+    HoldPlayingEntry(path);
     m_bPlaying = 1;
     m_bStopped = 0;
     m_bSongFailureReported = false;
@@ -161,6 +164,7 @@ int CMediaPlayerCtrl::Stop()
     }
     m_progressTimer.stop();
     DropNextSong();
+    viewport()->update(); // the playing marker goes
     if (m_Trackbar) {
         m_Trackbar->SetPos(0);
         m_Trackbar->setEnabled(false);
@@ -180,6 +184,12 @@ int CMediaPlayerCtrl::Next()
     const int n = count();
     if (n == 0)
         return 0;
+    if (!m_bSelectionFollowsPlaying) {
+        m_nCurrentIndex = PlayOrder::NextEntry(PlayingRowForOrder(), n);
+        if (!m_bStopped)
+            return PlayStart(m_arrFiles.GetAt(m_nCurrentIndex).toUtf8().constData());
+        return 1;
+    }
     SetRowSelected(currentRow(), false);
     const int k = PlayOrder::NextEntry(m_nCurrentIndex, n);
     setCurrentRow(k, QItemSelectionModel::NoUpdate);
@@ -195,6 +205,14 @@ int CMediaPlayerCtrl::Prev()
     const int n = count();
     if (n == 0)
         return 0;
+    if (!m_bSelectionFollowsPlaying) {
+        // A deleted playing entry's follower stands at its row: the song before it is one row up.
+        const int gone = m_pPlaylist->PlayingRow() < 0 ? m_pPlaylist->PlayingGoneRow() : -1;
+        m_nCurrentIndex = PlayOrder::PreviousEntry(gone >= 0 ? gone : PlayingRowForOrder(), n);
+        if (!m_bStopped)
+            return PlayStart(m_arrFiles.GetAt(m_nCurrentIndex).toUtf8().constData());
+        return 1;
+    }
     SetRowSelected(currentRow(), false);
     const int k = PlayOrder::PreviousEntry(m_nCurrentIndex, n);
     // Wrapped, the entry it came from is entry 0.
@@ -242,7 +260,7 @@ void CMediaPlayerCtrl::OnTimer(int id)
         return;
     ReportEndOfSong();
     // Without repeat, play deliberately ends after the last entry.
-    if (PlayOrder::AdvancesAtEnd(m_bRepeat, currentRow(), count()))
+    if (PlayOrder::AdvancesAtEnd(m_bRepeat, m_bSelectionFollowsPlaying ? currentRow() : PlayingRowForOrder(), count()))
         Next();
 }
 
@@ -265,6 +283,36 @@ void CMediaPlayerCtrl::OnEngineEnded()
         return;
     ReportEndOfSong();
     emit transportChanged();
+}
+
+void CMediaPlayerCtrl::HoldPlayingEntry(const QString& path)
+{
+    const CPlaylistEntry* entry = m_pPlaylist->EntryAt(m_nCurrentIndex);
+    if (!entry || entry->strPath != path)
+        entry = m_pPlaylist->EntryWithPath(path);
+    m_pPlaylist->SetPlaying(entry ? entry->nId : kNoPlaylistEntry);
+    viewport()->update();
+}
+
+int CMediaPlayerCtrl::PlayingRowForOrder() const
+{
+    const int row = m_pPlaylist->PlayingRow();
+    if (row >= 0)
+        return row;
+    // Deleted while playing: the song after it stands at its row now and comes next.
+    const int gone = m_pPlaylist->PlayingGoneRow();
+    return gone >= 0 ? gone - 1 : m_nCurrentIndex;
+}
+
+void CMediaPlayerCtrl::SetSelectionFollowsPlaying(int bFollows)
+{
+    m_bSelectionFollowsPlaying = bFollows != 0;
+    viewport()->update();
+}
+
+int CMediaPlayerCtrl::GetPlayingRow() const
+{
+    return m_bStopped ? -1 : m_pPlaylist->PlayingRow();
 }
 
 void CMediaPlayerCtrl::SetRowSelected(int row, bool selected)

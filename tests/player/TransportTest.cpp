@@ -2,6 +2,7 @@
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
 #include <QAction>
 #include <QFile>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <functional>
@@ -166,6 +167,94 @@ TEST(Transport, TheDemosNAndBKeysAfterDeletingAboveThePlayingSong)
     QTest::keyClick(demo, Qt::Key_N);
     EXPECT_EQ(demo->GetPlayingFileName(), paths[9]);
     delete demo;
+}
+
+// With the selection left to the user, no song change or list edit moves the selection or the
+// scroll position; the marker stays on the playing song, and a deleted playing entry's follower
+// comes next.
+TEST(Transport, WithTheSelectionLeftToTheUserOnlyTheMarkerFollowsThePlayingSong)
+{
+    constexpr int kEntries = 24;
+    constexpr int kPlaying = 2;
+    constexpr int kSelected = 20;
+    using Act = std::function<void(CMediaPlayerCtrl&)>;
+    const auto pressDelete = [](int row) {
+        return [row](CMediaPlayerCtrl& c) {
+            c.setCurrentRow(row);
+            QTest::keyClick(&c, Qt::Key_Delete);
+        };
+    };
+    const Act next = [](CMediaPlayerCtrl& c) { c.Next(); };
+    const Act prev = [](CMediaPlayerCtrl& c) { c.Prev(); };
+    const Act none = [](CMediaPlayerCtrl&) {};
+    const struct {
+        const char* name;
+        Act userEdit; // before the user selects and scrolls again
+        Act change;   // what moves the song on
+        int playingSong; // -1: no marker; -2: any song
+    } cases[] = {
+        {"Next", none, next, kPlaying + 1},
+        {"Prev", none, prev, kPlaying - 1},
+        {"the end of the song", none,
+         [](CMediaPlayerCtrl& c) {
+             c.m_bUpdateProgress = 1;
+             c.GetAudioPlayer()->Stop(); // the engine is done, as at the end of the song
+             c.OnTimer(kProgressTimerId);
+         },
+         kPlaying + 1},
+        {"shuffle's Next", none,
+         [](CMediaPlayerCtrl& c) {
+             c.SetShuflleMode(1);
+             c.Next();
+             c.SetShuflleMode(0);
+         },
+         -2},
+        {"Delete above the playing entry, then Next", pressDelete(0), next, kPlaying + 1},
+        {"Delete the playing entry", pressDelete(kPlaying), none, -1},
+        {"Delete the playing entry, then Next", pressDelete(kPlaying), next, kPlaying + 1},
+        {"Delete the playing entry, then Prev", pressDelete(kPlaying), prev, kPlaying - 1},
+    };
+    PlayerFixture f(1.0);
+    ScopedTempFolder folder;
+    f.host->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(f.host.get()));
+    f.ctrl->SetSelectionFollowsPlaying(0);
+    QStringList paths;
+    for (int i = 0; i < kEntries; ++i) {
+        paths << folder.FilePath(QStringLiteral("song %1.mp3").arg(i, 2, 10, QLatin1Char('0')));
+        ASSERT_TRUE(QFile::link(FixturePath(kLong), paths.last()));
+    }
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        f.ctrl->ClearPlayList();
+        for (const QString& path : paths)
+            f.ctrl->addFile(SongFor(path), 0);
+        ASSERT_EQ(f.ctrl->PlayStart(paths[kPlaying].toUtf8().constData()), 1);
+        c.userEdit(*f.ctrl);
+        const int selectedRow = static_cast<int>(f.ctrl->GetFiles().Items().indexOf(paths[kSelected]));
+        f.ctrl->setCurrentRow(selectedRow);
+        f.ctrl->scrollToBottom();
+        const int scrolled = f.ctrl->verticalScrollBar()->value();
+        ASSERT_GT(scrolled, 0) << "the list is long enough to scroll";
+
+        c.change(*f.ctrl);
+
+        const int playingRow = f.ctrl->GetPlayingRow();
+        if (c.playingSong == -1) {
+            EXPECT_EQ(playingRow, -1);
+        } else {
+            ASSERT_GE(playingRow, 0);
+            const QString playing = f.ctrl->GetFiles().GetAt(playingRow);
+            if (c.playingSong >= 0) {
+                EXPECT_EQ(playing, paths[c.playingSong]);
+            }
+            EXPECT_EQ(QString::fromUtf16(reinterpret_cast<const char16_t*>(f.ctrl->GetAudioPlayer()->m_pwszFileName)),
+                      playing) << "the marked song is the one the engine plays";
+        }
+        EXPECT_EQ(f.ctrl->selectedItems().size(), 1);
+        EXPECT_EQ(f.ctrl->currentRow(), selectedRow);
+        EXPECT_EQ(f.ctrl->verticalScrollBar()->value(), scrolled);
+    }
 }
 
 // List edits, then each transport call, from every playing entry of six (paths that do not open, so

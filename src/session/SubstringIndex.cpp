@@ -1,4 +1,4 @@
-#include "player/SubstringIndex.h"
+#include "session/SubstringIndex.h"
 
 #include <algorithm>
 
