@@ -1,14 +1,20 @@
 // tplayer: the standalone player window that takes over a playlist from a host. It opens the list
 // file given on its command line ("path,title" lines) and plays it from the first entry.
 //
-//   tplayer [--device alsa|null] LISTFILE
+//   tplayer [--device alsa|null] [--] LISTFILE
+//
+// Exit status 0 once the window is closed, 1 when the list file cannot be read as a list (then no
+// window opens), 2 for a bad command line.
 #include <QApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMainWindow>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <cstdio>
+#include <string>
 
 #include "PlaylistFile.h"
 #include "audio/WaveOut.h"
@@ -17,39 +23,80 @@
 #include "player/CMediaPlayerToolbar.h"
 #include "song/CMp3Song.h"
 
+namespace {
+
+constexpr const char* kUsage =
+    "usage: tplayer [--device alsa|null] [--] LISTFILE\n"
+    "Plays a list file of \"path,title\" lines, as a host's \"Open in external player\" writes it.\n"
+    "  --device alsa|null   the sound device: ALSA (the default) or the null device\n"
+    "  -h, --help           print this help and exit\n"
+    "  --                   what follows is the list file, even when it starts with \"-\"\n"
+    "Exit status: 0 when the window was closed, 1 when the list file cannot be read as a list,\n"
+    "2 for a bad command line.\n";
+
+int BadCommandLine(const std::string& problem)
+{
+    std::fprintf(stderr, "tplayer: %s\n%s", problem.c_str(), kUsage);
+    return 2;
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("tplayer"));
-    QStringList args = QApplication::arguments().mid(1);
-    if (args.contains(QStringLiteral("--help")) || args.contains(QStringLiteral("-h"))) {
-        printf("usage: tplayer [--device alsa|null] LISTFILE\n"
-               "Plays a list file of \"path,title\" lines, as a host's \"Open in external player\" writes it.\n");
-        return 0;
-    }
-    const int deviceIndex = args.indexOf(QStringLiteral("--device"));
-    if (deviceIndex >= 0 && deviceIndex + 1 < args.size()) {
-        WaveMapperOptions options = GetWaveMapper();
-        if (!ParseWaveBackend(args[deviceIndex + 1].toStdString(), &options.eBackend)) {
-            fprintf(stderr, "tplayer: unknown device '%s' (alsa or null)\n", qPrintable(args[deviceIndex + 1]));
-            return 2;
+    // The command line is read before the application is made: help and a bad command line need
+    // no display, and QApplication aborts without one.
+    WaveMapperOptions device = GetWaveMapper();
+    std::string listArgument;
+    bool listGiven = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool rest = arg == "--";
+        if (arg == "--help" || arg == "-h") {
+            std::printf("%s", kUsage);
+            return 0;
+        } else if (arg == "--device") {
+            if (i + 1 >= argc || !ParseWaveBackend(argv[i + 1], &device.eBackend))
+                return BadCommandLine("--device takes alsa or null");
+            ++i;
+        } else if (!rest && arg.size() > 1 && arg[0] == '-') {
+            return BadCommandLine("unknown option " + arg);
+        } else {
+            if (rest) {
+                if (++i >= argc)
+                    return BadCommandLine("no list file given");
+            }
+            if (listGiven || (rest && i + 1 < argc))
+                return BadCommandLine("one list file only");
+            listArgument = argv[i];
+            listGiven = true;
+            if (rest)
+                break;
         }
-        SetWaveMapper(options);
-        args.remove(deviceIndex, 2);
     }
-    if (args.size() != 1) {
-        fprintf(stderr, "usage: tplayer [--device alsa|null] LISTFILE\n");
-        return 2;
-    }
+    if (!listGiven)
+        return BadCommandLine("no list file given");
+    SetWaveMapper(device);
 
-    const QFileInfo listFile(args[0]);
+    // The name as given, with no locale in between (the application's codec is not set up yet).
+    const QString listPath = QFile::decodeName(listArgument.c_str());
+    const QFileInfo listFile(listPath);
     if (!listFile.isFile() || !listFile.isReadable()) {
-        fprintf(stderr, "tplayer: %s: %s\n", qPrintable(args[0]),
-                !listFile.exists() ? "no such list file" : listFile.isDir() ? "is a folder, not a list file"
-                                                                            : "cannot be read");
+        std::fprintf(stderr, "tplayer: %s: %s\n", listArgument.c_str(),
+                     !listFile.exists() ? "no such list file" : listFile.isDir() ? "is a folder, not a list file"
+                                                                                 : "cannot be read");
+        return 1;
+    }
+    const PlaylistFileRead list = ReadPlaylistFile(listPath);
+    if (!list.strError.isEmpty()) {
+        std::fprintf(stderr, "tplayer: %s: %s\n", listArgument.c_str(), list.strError.toUtf8().constData());
         return 1;
     }
 
+    // Qt sees no argument: every one was read above, and a list file called "-style" is no option.
+    int qtArgc = 1;
+    QApplication app(qtArgc, argv);
+    QApplication::setApplicationName(QStringLiteral("tplayer"));
     QMainWindow window;
     window.setWindowTitle(QStringLiteral("Tunivox tplayer"));
     auto* central = new QWidget(&window);
@@ -66,7 +113,7 @@ int main(int argc, char** argv)
     player->GetToolbar()->show();
 
     player->ClearPlayList();
-    for (const PlaylistEntry& entry : ReadPlaylistFile(args[0])) {
+    for (const PlaylistEntry& entry : list.entries) {
         CMp3Song song;
         song.m_strFilePath = entry.strPath;
         // "Artist - Title" is shown as it came; a title without an artist is shown whole (as an

@@ -125,6 +125,7 @@ void CAudioPlayer::SetPaths(QString appFolder, QString tempFolder)
 HRESULT CAudioPlayer::Open(const char* fileName)
 {
     m_szError[0] = 0;
+    m_strOpenFailure.clear();
     if (!fileName)
         return E_INVALIDARG;
     if (!m_pReader)
@@ -146,6 +147,7 @@ HRESULT CAudioPlayer::Open(const char* fileName)
 
     HRESULT hr = m_pReader->Open(m_pwszFileName);
     if (FAILED(hr)) {
+        m_strOpenFailure = m_pReader->LastErrorText();
         const QString narrowName = m_pwszFileName ? QString::fromUtf16(m_pwszFileName) : QString();
         WCHAR* converted = ConvertToWma(narrowName);
         if (!converted) {

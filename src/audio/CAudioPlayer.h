@@ -150,6 +150,10 @@ public:
     HRESULT PrepareNext(const char* fileName);
     // Why the last PrepareNext failed; empty once one succeeded, and after Open.
     const char* GetNextFailure() const { return m_szNextFailure; }
+    // FFmpeg's own words for why the last Open could not read the file as given ("open: Invalid
+    // data found when processing input"), empty when it could. Open may go on to try a converted
+    // copy; m_szError and the result then tell about that copy, this still tells about the file.
+    const std::string& GetOpenFailure() const { return m_strOpenFailure; }
     int GetNextState() const;
     // Heard: makes it the open song (reader, output, duration, name) and returns true.
     bool TakeHeardSong();
@@ -228,6 +232,7 @@ private:
     std::string m_strOutputDevice;
     unsigned m_nRecoveryMs = 0;
     char m_szDeviceFailure[256] = {};
+    std::string m_strOpenFailure;
 
     // The next song (owned as m_nNextSong says).
     bool m_bGapless = false;

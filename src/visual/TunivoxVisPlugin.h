@@ -24,8 +24,10 @@
  *
  * The PCM block (pSamples): the engine's copy of the block now sounding, 2048 bytes = 512 frames
  * of 44.1 kHz signed 16-bit little-endian interleaved stereo (left, right, left, ...). The audio
- * thread rewrites it in place while playback runs; it is null before the first playback. Read it
- * only during Render.
+ * thread rewrites it in place while playback runs. The engine allocates it zeroed when the host sets it up,
+ * so before the first playback it holds silence, and once playback stops it keeps the last block
+ * heard (check bPlaying). It is null only while the host has no engine running. Read it only
+ * during Render.
  *
  * Records are laid out for 64-bit targets with natural alignment; the offsets are fixed and checked
  * below. Fields marked "host" are written by the host; a plug-in fills the others. */

@@ -16,6 +16,7 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -26,6 +27,7 @@
 #include "audio/CAudioPlayer.h"
 #include "audio/UnplayableReason.h"
 #include "audio/WaveOut.h"
+#include "platform/FileKinds.h"
 #include "platform/Folders.h"
 
 namespace {
@@ -51,9 +53,20 @@ struct Options
     std::vector<std::string> files;
 };
 
-constexpr const char* kUsage = "usage: tunivox-play [--device alsa|null] [--alsa-device NAME] [--speed N|--untimed] "
-                                "[--capture FILE] [--start SECONDS] [--seek-at T:POS]... [--stats] [--hand-back MS] "
-                                "FILE...\n";
+constexpr const char* kUsage =
+    "usage: tunivox-play [OPTION]... FILE...\n"
+    "Plays each FILE through the audio engine.\n"
+    "  --device alsa|null    the sound device: ALSA (the default) or the null device\n"
+    "  --alsa-device NAME    the ALSA device to play through (default \"default\"); implies --device alsa\n"
+    "  --speed N             null device: play at N times real time\n"
+    "  --untimed             null device: play as fast as the files decode\n"
+    "  --capture FILE        null device: write what is played to FILE (s16le, 44.1 kHz, stereo)\n"
+    "  --start SECONDS       start each file at SECONDS\n"
+    "  --seek-at T:POS       seek to POS seconds once playback reaches T seconds (may be repeated)\n"
+    "  --stats               print the sound device's underruns and streams started, per file\n"
+    "  --hand-back MS        hand heard blocks back in bursts up to MS apart (0 to 1000, default 200)\n"
+    "  -h, --help            print this help and exit\n"
+    "Exit status: 0 when every file played, 1 when one could not be played, 2 for a bad command line.\n";
 constexpr int kHelpShown = -1;
 
 int Usage(const char* problem)
@@ -113,6 +126,9 @@ int ParseOptions(int argc, char** argv, Options* options)
                 return Usage("--hand-back takes milliseconds from 0 to 1000");
         } else if (arg == "--stats") {
             options->bStats = true;
+        } else if (arg == "--device" || arg == "--alsa-device" || arg == "--speed" || arg == "--capture" ||
+                   arg == "--start" || arg == "--seek-at" || arg == "--hand-back") {
+            return Usage((arg + " needs a value").c_str());
         } else if (arg.rfind("--", 0) == 0) {
             return Usage(("unknown option " + arg).c_str());
         } else {
@@ -149,23 +165,36 @@ void ReportError(HRESULT hr, const CAudioPlayer& player)
     std::fprintf(stderr, "PlayCtrl Error #%d\nError context: %s\n", static_cast<int>(hr), player.m_szError);
 }
 
-void ReportFailure(HRESULT hr, const CAudioPlayer& player, const std::string& file)
+// The engine's own report, then a line naming the file and saying why in a listener's words: what
+// the file system says about it, else FFmpeg's reason when it could not read the file.
+void ReportUnopenable(HRESULT hr, const CAudioPlayer& player, const std::string& file)
 {
     ReportError(hr, player);
-    const QString reason = UnplayableReason(QString::fromStdString(file), player.m_szError);
+    const QString path = QString::fromStdString(file);
+    QString reason = UnplayableReason(path, nullptr);
+    const std::string& decoder = player.GetOpenFailure();
+    if (IsRegularFile(path) && QFileInfo(path).isReadable() && !decoder.empty())
+        reason += QStringLiteral(" (FFmpeg: %1)").arg(QString::fromStdString(decoder));
     std::fprintf(stderr, "tunivox-play: %s: %s\n", file.c_str(), reason.toUtf8().constData());
+}
+
+// A file that opened but did not play through: the engine's report, then its reason on the file's line.
+void ReportPlaybackFailure(HRESULT hr, const CAudioPlayer& player, const std::string& file, const char* reason)
+{
+    ReportError(hr, player);
+    std::fprintf(stderr, "tunivox-play: %s: %s\n", file.c_str(), reason);
 }
 
 bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& file, bool terminal)
 {
     HRESULT hr = player.Open(file.c_str());
     if (FAILED(hr)) {
-        ReportFailure(hr, player, file);
+        ReportUnopenable(hr, player, file);
         return false;
     }
     hr = player.Play(static_cast<QWORD>(options.dStart * kUnits));
     if (FAILED(hr)) {
-        ReportFailure(hr, player, file);
+        ReportPlaybackFailure(hr, player, file, player.m_szError[0] ? player.m_szError : "could not start playing");
         return false;
     }
     const double total = player.m_qwDuration / kUnits;
@@ -222,12 +251,12 @@ bool PlayFile(CAudioPlayer& player, const Options& options, const std::string& f
                     static_cast<unsigned long long>(statistics.nStreamStarts), name.c_str());
     if (FAILED(ended) && ended != NS_E_NO_MORE_SAMPLES) {
         std::snprintf(player.m_szError, sizeof(player.m_szError), "Playback of %s ended early.", file.c_str());
-        ReportError(ended, player);
+        ReportPlaybackFailure(ended, player, file, "playback ended early");
         return false;
     }
     if (silentAndEmpty) {
         player.m_szError[0] = 0;
-        ReportFailure(ended, player, file);
+        ReportUnopenable(ended, player, file);
         return false;
     }
     return true;
@@ -241,6 +270,17 @@ int main(int argc, char** argv)
     Options options;
     if (const int bad = ParseOptions(argc, argv, &options))
         return bad == kHelpShown ? 0 : bad;
+    // The null device opens the capture file only when the first song starts, and can then say no
+    // more than that it failed: whether the file can be written is asked here, with the reason.
+    if (const std::string& capture = options.device.null.strCaptureFile; !capture.empty()) {
+        std::FILE* file = std::fopen(capture.c_str(), "wb");
+        if (!file) {
+            std::fprintf(stderr, "tunivox-play: %s: the capture file cannot be written: %s\n", capture.c_str(),
+                         std::strerror(errno));
+            return 1;
+        }
+        std::fclose(file);
+    }
     SetWaveMapper(options.device);
 
     CAudioPlayer player;
