@@ -3,6 +3,7 @@
 // the library's settings ("tunivox/demo-session.ini" and "tunivox/demo-session.m3u8"); the library's
 // own settings are left as they are.
 #include <QDir>
+#include <QLabel>
 #include <QSettings>
 #include <QTimer>
 #include <QToolButton>
@@ -106,7 +107,7 @@ void DemoWindow::ResumeSong(const QString& song, quint64 position)
     if (!started)
         return;
     CAudioPlayer* engine = m_player->GetAudioPlayer();
-    engine->Play(position);
+    m_player->StartPlayingFromPos(static_cast<unsigned>(position));
     // The engine seeks on its own thread: pause once its position is there (checked every 10 ms, for
     // at most two seconds), so the pause does not land before the seek.
     auto* wait = new QTimer(this);
@@ -116,6 +117,13 @@ void DemoWindow::ResumeSong(const QString& song, quint64 position)
             wait->deleteLater();
             wait->stop();
             m_player->Pause();
+            // Paused, no progress step comes to show where: the times and the slider show it now,
+            // and the list shows the song.
+            m_elapsed->setText(CMediaPlayerCtrl::GetFormattedTime(static_cast<int>(position / 10000000)));
+            if (CSliderCtrlEx* slider = m_player->GetTrackbar())
+                slider->SetPos(static_cast<int>(position / 1000000));
+            if (QListWidgetItem* row = m_player->item(m_player->GetCurrentIndex()))
+                m_player->scrollToItem(row);
         }
     });
     wait->start(10);

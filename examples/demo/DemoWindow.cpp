@@ -156,13 +156,23 @@ DemoWindow::DemoWindow()
     connect(m_player, &CMediaPlayerCtrl::songTagsChanged, this, &DemoWindow::OnSongTagsChanged);
     connect(m_player, &CMediaPlayerCtrl::songFailed, this, [this](const QString& path, const QString& reason) {
         statusBar()->showMessage(tr("Cannot play %1: %2").arg(QFileInfo(path).fileName(), reason), 8000);
-        m_elapsed->setText(QStringLiteral("00:00"));
-        m_total->setText(QStringLiteral("00:00"));
+        // A song prepared to follow that fails leaves the playing one on; one that was to start now
+        // leaves nothing playing.
+        if (m_player->GetPlayingRow() < 0 || !m_player->GetAudioPlayer()->m_bPlaying)
+            ShowNothingPlaying();
     });
     connect(m_player, &CMediaPlayerCtrl::playlistCleared, this, [this] {
-        m_nowPlaying->ShowNothing();
+        ShowNothingPlaying();
+        // The visualization shows the feed until it is told otherwise.
+        CStringArray none;
+        m_player->SetArts(&none);
+        m_player->SetLyrics("");
+        m_player->SetMP3VisualTitle("");
+        m_player->VisualRefresh();
         statusBar()->showMessage(tr("Playlist cleared"), 3000);
     });
+    // Stopped, the gain line goes; paused or resumed it stays.
+    connect(m_player, &CMediaPlayerCtrl::transportChanged, this, &DemoWindow::ShowReplayGain);
     connect(m_player, &CMediaPlayerCtrl::progressChanged, this,
             [this](const QString& elapsed, const QString& total) {
                 m_elapsed->setText(elapsed);
@@ -340,6 +350,14 @@ void DemoWindow::ShowReplayGain()
                                .arg(applied.dGainDb, 0, 'f', 1)
                                .arg(QLatin1String(kSources[static_cast<int>(applied.eSource)]),
                                     applied.bLimited ? tr(", held below clipping") : QString()));
+}
+
+void DemoWindow::ShowNothingPlaying()
+{
+    m_nowPlaying->ShowNothing();
+    m_elapsed->setText(QStringLiteral("00:00"));
+    m_total->setText(QStringLiteral("00:00"));
+    setWindowTitle(QStringLiteral("Tunivox Player demo"));
 }
 
 void DemoWindow::OnSongStarted()

@@ -44,6 +44,8 @@ private:
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
+    // The panel, the times and the title when no song plays (cleared list, a song that failed).
+    void ShowNothingPlaying();
     void ShowReplayGain();
     void EditTags();
     void OnSongTagsChanged(const QString& path);

@@ -174,7 +174,8 @@ public:
     // Deletes, and deleting the playing entry lets the song after it come next.
     void SetSelectionFollowsPlaying(int bFollows);
     BOOL IsSelectionFollowingPlaying() const { return m_bSelectionFollowsPlaying; }
-    // The row of the playing song, -1 while stopped or when its entry was deleted.
+    // The row of the playing song, -1 while stopped, after a song failed to start or when its entry
+    // was deleted.
     int GetPlayingRow() const;
     // Gapless playback (see the top of this file). Stored in the settings; Init restores it.
     void SetGapless(int bGapless);

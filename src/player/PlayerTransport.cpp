@@ -312,7 +312,7 @@ void CMediaPlayerCtrl::SetSelectionFollowsPlaying(int bFollows)
 
 int CMediaPlayerCtrl::GetPlayingRow() const
 {
-    return m_bStopped ? -1 : m_pPlaylist->PlayingRow();
+    return m_bStopped || !m_bPlaying ? -1 : m_pPlaylist->PlayingRow();
 }
 
 void CMediaPlayerCtrl::SetRowSelected(int row, bool selected)
