@@ -153,7 +153,7 @@ DemoWindow::DemoWindow()
     connect(m_player, &CMediaPlayerCtrl::songStarted, this, &DemoWindow::OnSongStarted);
     // A tagging application saves while songs play: the list, the feed and this window follow.
     m_player->SetWatchFiles(1);
-    connect(m_player, &CMediaPlayerCtrl::songTagsChanged, this, &DemoWindow::OnSongTagsChanged);
+    connect(m_player, &CMediaPlayerCtrl::nowPlayingRead, this, &DemoWindow::OnNowPlayingRead);
     connect(m_player, &CMediaPlayerCtrl::songFailed, this, [this](const QString& path, const QString& reason) {
         statusBar()->showMessage(tr("Cannot play %1: %2").arg(QFileInfo(path).fileName(), reason), 8000);
         // A song prepared to follow that fails leaves the playing one on; one that was to start now
@@ -362,8 +362,10 @@ void DemoWindow::ShowNothingPlaying()
 
 void DemoWindow::OnSongStarted()
 {
+    // The song's tags follow in a moment (nowPlayingRead); until then it is known by its name.
     const QString path = m_player->GetPlayingFileName();
-    m_nowPlaying->ShowSong(path);
+    const CNowPlayingSong& known = m_player->GetNowPlaying();
+    m_nowPlaying->ShowSong(known.strPath == path ? known : CNowPlayingSong{path, {}, {}, {}});
     ShowReplayGain();
     // The labels belong to this song at once, not at the control's next progress tick.
     m_elapsed->setText(QStringLiteral("00:00"));
@@ -383,10 +385,11 @@ void DemoWindow::EditTags()
         statusBar()->showMessage(tr("Tags saved"), 3000);
 }
 
-void DemoWindow::OnSongTagsChanged(const QString& path)
+void DemoWindow::OnNowPlayingRead(const CNowPlayingSong& song)
 {
-    if (m_player->IsPlaying() && path == m_player->GetPlayingFileName()) {
-        m_nowPlaying->ShowSong(path);
+    // At a song start and after its tags were saved: the control's one read of it.
+    if (m_player->IsPlaying() && song.strPath == m_player->GetPlayingFileName()) {
+        m_nowPlaying->ShowSong(song);
         setWindowTitle(QStringLiteral("%1 — Tunivox Player demo").arg(m_nowPlaying->Title()));
     }
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include "platform/ProcessList.h"
+#include "session/NowPlaying.h"
 
 class CMediaPlayerCtrl;
 class NowPlayingPanel;
@@ -48,7 +49,7 @@ private:
     void ShowNothingPlaying();
     void ShowReplayGain();
     void EditTags();
-    void OnSongTagsChanged(const QString& path);
+    void OnNowPlayingRead(const CNowPlayingSong& song);
     void OpenExternalPlayer();
     void CloseExternalPlayer();
     void UpdateExternalActions();

@@ -1,13 +1,10 @@
 #include "NowPlayingPanel.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QPainter>
 #include <QPainterPath>
 #include <QVBoxLayout>
 
-#include "platform/Folders.h"
-#include "song/CId3Tag.h"
 
 namespace {
 
@@ -92,23 +89,14 @@ void NowPlayingPanel::ShowGain(const QString& text)
     m_gain->setText(text);
 }
 
-void NowPlayingPanel::ShowSong(const QString& path)
+void NowPlayingPanel::ShowSong(const CNowPlayingSong& record)
 {
-    CId3Tag tag;
-    const CMp3Song song = tag.ReadTag(path, QString());
-    m_title->setText(song.m_strTitle.isEmpty() ? QFileInfo(path).completeBaseName() : song.m_strTitle);
+    const CMp3Song& song = record.song;
+    m_title->setText(song.m_strTitle.isEmpty() ? QFileInfo(record.strPath).completeBaseName() : song.m_strTitle);
     m_artist->setText(song.m_strArtist);
     m_album->setText(song.m_strYear.isEmpty() ? song.m_strAlbum
                                                : QStringLiteral("%1 (%2)").arg(song.m_strAlbum, song.m_strYear));
-
     QPixmap cover;
-    const QString folder = PrivateTempFolder();
-    if (!folder.isEmpty()) {
-        const QString file = folder + QStringLiteral("demo-now-playing.jpg");
-        QFile::remove(file);
-        if (tag.ExtractPicture(song, file, kPictureTypeFrontCover) || tag.ExtractPicture(song, file, kPictureTypeOther))
-            cover.load(file);
-        QFile::remove(file);
-    }
+    cover.loadFromData(record.cover);
     m_cover->setPixmap(cover.isNull() ? PlaceholderCover() : Rounded(cover));
 }

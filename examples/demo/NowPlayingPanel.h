@@ -4,14 +4,16 @@
 #include <QLabel>
 #include <QWidget>
 
+#include "session/NowPlaying.h"
+
 class NowPlayingPanel : public QWidget
 {
     Q_OBJECT
 
 public:
     explicit NowPlayingPanel(QWidget* parent = nullptr);
-    // Reads the song's tags and cover; an unreadable file shows its name only.
-    void ShowSong(const QString& path);
+    // The song as the control read it; a record without tags shows the file's name.
+    void ShowSong(const CNowPlayingSong& song);
     void ShowNothing();
     // The ReplayGain the song plays at ("ReplayGain −6.2 dB (track)"); nothing while it is off.
     void ShowGain(const QString& text);

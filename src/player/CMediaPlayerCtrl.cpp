@@ -34,6 +34,8 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     connect(m_pPlaylist.get(), &CPlaylistModel::pathListed, this, &CMediaPlayerCtrl::WatchFile);
     connect(m_pPlaylist.get(), &CPlaylistModel::pathUnlisted, this, &CMediaPlayerCtrl::UnwatchFile);
     setItemDelegate(new CPlayingMarkerDelegate(this));
+    m_pNowPlaying = new CNowPlaying(this);
+    connect(m_pNowPlaying, &CNowPlaying::songRead, this, &CMediaPlayerCtrl::OnNowPlayingRead);
     m_progressTimer.setInterval(950);
     connect(&m_progressTimer, &QTimer::timeout, this, [this] { OnTimer(kProgressTimerId); });
     m_tagTimer.setSingleShot(true);

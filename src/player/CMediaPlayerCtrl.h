@@ -81,6 +81,7 @@
 #include "platform/ProcessList.h"
 #include "player/CMediaPlayerToolbar.h"
 #include "platform/ProcessRunner.h"
+#include "session/NowPlaying.h"
 #include "session/PlaylistModel.h"
 #include "song/CMp3Song.h"
 #include "tunivox_export.h"
@@ -193,6 +194,9 @@ public:
 
     // Tags and cover art of a song, handed to the visualization.
     int GetMp3TagInfo(const QString& path);
+    // The playing song's record (tags, cover, time-stamped lyrics), read once when it started or its
+    // tags changed; nowPlayingRead tells when it is there.
+    const CNowPlayingSong& GetNowPlaying() const;
 
     // Visualization feed.
     void VisualRefresh();
@@ -315,6 +319,10 @@ signals:
     // Paused, resumed, stopped, the song ended or failed, or repeat, shuffle or the volume changed:
     // for readers that mirror the transport (the desktop's media controls) without polling.
     void transportChanged();
+    // The playing song's record was read: after each song start (a moment later, off the window's
+    // thread, unless the visualization is open, which takes it at once) and after its tags changed.
+    // Readers that show the song take it from here instead of reading the file again.
+    void nowPlayingRead(const CNowPlayingSong& song);
     // The position was moved (the slider or StartPlayingFromPos), in engine units.
     void seeked(qulonglong position);
     // While InsertPathsAt reads: songs read so far by the running scan and the folder it reads in.
@@ -361,6 +369,11 @@ private:
     void StopVisualThread();
     void ApplyHandBackInterval();
     void RemovePicture();
+    // The folder the feed's pictures go to (private), empty when there is none.
+    QString FeedFolder() const;
+    // What GetMp3TagInfo hands the visualization, from a record read already.
+    void ApplySongToFeed(const CNowPlayingSong& record);
+    void OnNowPlayingRead(const CNowPlayingSong& record);
     void RemoveStalePictures();
     void SetSliderPosition(int position);
     // CAudioPlayer::Play(position) on an open engine, then told to seeked's readers.
@@ -466,6 +479,7 @@ private:
     QString m_strPicturePath;      // current "_tmpPlayerPic_" file
     QStringList m_stalePictures;   // earlier songs' pictures, removed once the new song plays
     std::unique_ptr<CPlaylistModel> m_pPlaylist; // the entries; sole writer of the two arrays
+    CNowPlaying* m_pNowPlaying = nullptr;        // a child: the playing song's record
     QString m_strAppFolder;
     QString m_strTempFolder;
     QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off

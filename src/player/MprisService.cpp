@@ -65,9 +65,10 @@ MprisService::MprisService(CMediaPlayerCtrl* player, const QString& busName)
     connect(player, &CMediaPlayerCtrl::songStarted, this, later);
     connect(player, &CMediaPlayerCtrl::playlistCleared, this, later);
     connect(player, &CMediaPlayerCtrl::transportChanged, this, later);
-    connect(player, &CMediaPlayerCtrl::songTagsChanged, this, [this, later](const QString& path) {
-        if (path == m_strSongPath)
-            m_strSongPath.clear(); // read again
+    // The song's tags and cover come from the control's one read of it, at its start and after a retag.
+    connect(player, &CMediaPlayerCtrl::nowPlayingRead, this, [this, later](const CNowPlayingSong& song) {
+        if (song.strPath == m_strSongPath)
+            m_strSongPath.clear(); // build the metadata again from the record
         later();
     });
     // CanGoNext follows the number of entries.
@@ -278,13 +279,15 @@ void MprisService::ReadSong(const QString& path)
     m_metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(QDBusObjectPath(TrackId())));
     if (path.isEmpty())
         return;
-    CId3Tag tag;
-    const CMp3Song song = tag.ReadTag(path, QString());
+    // Until the control has read the song, it is known by its file name.
+    const CNowPlayingSong& record = m_pPlayer->GetNowPlaying();
+    const CMp3Song song = record.strPath == path ? record.song : CMp3Song();
     const QString folder = PrivateTempFolder();
-    if (!folder.isEmpty() && EnsurePrivateFolder(folder)) {
+    if (record.strPath == path && !record.cover.isEmpty() && !folder.isEmpty() && EnsurePrivateFolder(folder)) {
         // A new name per song: desktops cache pictures by their URL.
         const QString cover = folder + QStringLiteral("_tmpMprisArt_%1_%2.jpg").arg(getpid()).arg(++m_nCoverNumber);
-        if (tag.ExtractPicture(song, cover, kPictureTypeFrontCover) || tag.ExtractPicture(song, cover, kPictureTypeOther)) {
+        CId3Tag::WriteBufferToFile(cover, record.cover.constData(), static_cast<unsigned>(record.cover.size()));
+        if (QFileInfo(cover).size() == record.cover.size()) {
             m_strCoverPath = cover;
             m_metadata.insert(QStringLiteral("mpris:artUrl"), QUrl::fromLocalFile(cover).toString());
         }

@@ -130,8 +130,13 @@ void CMediaPlayerCtrl::VisualRefresh()
 void CMediaPlayerCtrl::StartVisualThread(bool bSetTitle)
 {
     // Opened in the middle of a song: give it that song's lyrics and cover, as a song start would.
-    if (m_bPlaying && m_nCurrentIndex >= 0 && m_nCurrentIndex < m_arrFiles.GetSize())
-        GetMp3TagInfo(m_arrFiles.GetAt(m_nCurrentIndex));
+    if (m_bPlaying && m_nCurrentIndex >= 0 && m_nCurrentIndex < m_arrFiles.GetSize()) {
+        const QString path = m_arrFiles.GetAt(m_nCurrentIndex);
+        if (m_pNowPlaying->Current().strPath == path)
+            ApplySongToFeed(m_pNowPlaying->Current()); // read at its start already
+        else
+            GetMp3TagInfo(path);
+    }
     auto* thread = new CVisualThread();
     m_pVisualThread = thread;
     ApplyHandBackInterval();

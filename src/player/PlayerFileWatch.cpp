@@ -91,7 +91,9 @@ int CMediaPlayerCtrl::RetitleEntry(const QString& path)
         entry->setText((dot >= 0 ? old.left(dot + 2) : QString::asprintf("%d. ", index + 1)) + text);
     }
     if (m_bPlaying && index == m_nCurrentIndex) {
-        GetMp3TagInfo(path);
+        m_pNowPlaying->ReadNow(path); // every reader of the song follows the new tags
+        if (!m_pVisualThread)
+            ApplySongToFeed(m_pNowPlaying->Current()); // the feed too, closed or not
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
         // As at a song start: the thread reloads lyrics and art under the change mutex.
         if (m_pVisualThread && m_hChangeMutex.try_lock_for(std::chrono::milliseconds(100)))

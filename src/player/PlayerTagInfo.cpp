@@ -8,46 +8,62 @@
 #include "platform/MsvcRand.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "song/CId3Tag.h"
+#include "session/NowPlaying.h"
 #include "song/SyncedLyrics.h"
+
+QString CMediaPlayerCtrl::FeedFolder() const
+{
+    QString folder = m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder;
+    if (!folder.isEmpty() && !EnsurePrivateFolder(folder))
+        folder.clear();
+    return folder;
+}
 
 int CMediaPlayerCtrl::GetMp3TagInfo(const QString& path)
 {
+    ApplySongToFeed(ReadNowPlayingSong(path, FeedFolder()));
+    return 1;
+}
+
+void CMediaPlayerCtrl::ApplySongToFeed(const CNowPlayingSong& record)
+{
     MsvcSrand(static_cast<unsigned>(std::time(nullptr)));
     const int n = MsvcRand() % 10000 + 1600;
-    try {
-        CId3Tag tag;
-        CStringArray arts;
-        SetLyrics("");
-        SetSyncedLyrics({});
-        SetArts(&arts);
-        QString folder = m_strTempFolder.isEmpty() ? PrivateTempFolder() : m_strTempFolder;
-        if (!folder.isEmpty() && !EnsurePrivateFolder(folder))
-            folder.clear();
-        const QString picture = QString::asprintf("%s%s%d%s", folder.toUtf8().constData(), "_tmpPlayerPic_", n, ".jpg");
-        if (!m_strPicturePath.isEmpty() && m_strPicturePath != picture)
-            m_stalePictures.append(m_strPicturePath);
-        m_strPicturePath = picture;
-        // The same number can come up again (the generator is seeded with the time): never show an
-        // earlier song's picture for this one.
-        QFile::remove(picture);
-        m_song = tag.ReadTag(path, picture);
-        if (!tag.ExtractPicture(m_song, picture, kPictureTypeFrontCover))
-            tag.ExtractPicture(m_song, picture, kPictureTypeOther);
-        if (!folder.isEmpty() && QFile::exists(picture)) {
+    CStringArray arts;
+    SetLyrics("");
+    SetSyncedLyrics({});
+    SetArts(&arts);
+    const QString folder = FeedFolder();
+    const QString picture = QString::asprintf("%s%s%d%s", folder.toUtf8().constData(), "_tmpPlayerPic_", n, ".jpg");
+    if (!m_strPicturePath.isEmpty() && m_strPicturePath != picture)
+        m_stalePictures.append(m_strPicturePath);
+    m_strPicturePath = picture;
+    // The same number can come up again (the generator is seeded with the time): never show an
+    // earlier song's picture for this one.
+    QFile::remove(picture);
+    m_song = record.song;
+    if (!folder.isEmpty() && !record.cover.isEmpty()) {
+        CId3Tag::WriteBufferToFile(picture, record.cover.constData(), static_cast<unsigned>(record.cover.size()));
+        if (QFile::exists(picture)) {
             arts.Add(picture);
             SetArts(&arts);
-        } else {
-            m_strPicturePath.clear();
         }
-        if (!m_song.m_strLyrics.isEmpty())
-            SetLyrics(m_song.m_strLyrics.toUtf8().constData());
-        const CSyncedLyrics synced = ReadSyncedLyrics(path, m_song.m_strLyrics);
-        if (!synced.isEmpty())
-            SetSyncedLyrics(synced);
-    } catch (...) {
-        // Tag reading never stops playback.
     }
-    return 1;
+    if (arts.IsEmpty())
+        m_strPicturePath.clear();
+    if (!m_song.m_strLyrics.isEmpty())
+        SetLyrics(m_song.m_strLyrics.toUtf8().constData());
+    if (!record.synced.isEmpty())
+        SetSyncedLyrics(record.synced);
+}
+
+void CMediaPlayerCtrl::OnNowPlayingRead(const CNowPlayingSong& record)
+{
+    if (m_pVisualThread)
+        ApplySongToFeed(record);
+    else
+        m_song = record.song;
+    emit nowPlayingRead(record);
 }
 
 void CMediaPlayerCtrl::RemoveStalePictures()

@@ -93,8 +93,13 @@ void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
     PostToHost(WM_PLAYER_SONG_STARTED);
     emit songStarted();
 
-    if (m_pVisualThread) {
-        GetMp3TagInfo(path);
+    // One read of the song for everyone who shows it; off this thread unless the visualization
+    // needs its lyrics and cover before its next frame.
+    m_pNowPlaying->SetScratchFolder(FeedFolder());
+    if (!m_pVisualThread) {
+        m_pNowPlaying->ReadLater(path);
+    } else {
+        m_pNowPlaying->ReadNow(path); // the feed takes it before the next frame
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
         // The thread reloads lyrics and art itself under the change mutex (RefreshVisual needs it held).
         if (m_hChangeMutex.try_lock_for(std::chrono::milliseconds(100)))
@@ -308,6 +313,11 @@ void CMediaPlayerCtrl::SetSelectionFollowsPlaying(int bFollows)
 {
     m_bSelectionFollowsPlaying = bFollows != 0;
     viewport()->update();
+}
+
+const CNowPlayingSong& CMediaPlayerCtrl::GetNowPlaying() const
+{
+    return m_pNowPlaying->Current();
 }
 
 int CMediaPlayerCtrl::GetPlayingRow() const

@@ -18,6 +18,9 @@
 #include "platform/FileKinds.h"
 #include "song/TagLibText.h"
 
+// The open handle of this thread's CSongReadScope for `path`, rewound; null without one.
+TagLib::IOStream* ScopedSongStream(const QString& path);
+
 // TagFile: a TagLib format class (MPEG::File, FLAC::File, ...) or TagLib::FileRef.
 template <class TagFile>
 class CReadOnlyTagFile
@@ -28,17 +31,20 @@ public:
                               TagLib::AudioProperties::ReadStyle style = TagLib::AudioProperties::Average)
     {
         using TagLib::IOStream;
-        if (IsRegularFile(path))
-            m_stream = std::make_unique<TagLib::FileStream>(TagLibFileName(path).constData(), /*openReadOnly=*/true);
-        else
-            m_stream = std::make_unique<TagLib::ByteVectorStream>(TagLib::ByteVector());
+        IOStream* stream = ScopedSongStream(path);
+        if (!stream) {
+            if (IsRegularFile(path))
+                m_stream = std::make_unique<TagLib::FileStream>(TagLibFileName(path).constData(), /*openReadOnly=*/true);
+            else
+                m_stream = std::make_unique<TagLib::ByteVectorStream>(TagLib::ByteVector());
+            stream = m_stream.get();
+        }
         // MPEG and FLAC take the ID3v2 frame factory before the flags; the others do not.
         if constexpr (std::is_constructible_v<TagFile, IOStream*, TagLib::ID3v2::FrameFactory*, bool,
                                               TagLib::AudioProperties::ReadStyle>)
-            m_file = std::make_unique<TagFile>(m_stream.get(), TagLib::ID3v2::FrameFactory::instance(), readProperties,
-                                               style);
+            m_file = std::make_unique<TagFile>(stream, TagLib::ID3v2::FrameFactory::instance(), readProperties, style);
         else
-            m_file = std::make_unique<TagFile>(m_stream.get(), readProperties, style);
+            m_file = std::make_unique<TagFile>(stream, readProperties, style);
     }
     CReadOnlyTagFile(const CReadOnlyTagFile&) = delete;
     CReadOnlyTagFile& operator=(const CReadOnlyTagFile&) = delete;
@@ -47,6 +53,6 @@ public:
     TagFile* operator->() const { return m_file.get(); }
 
 private:
-    std::unique_ptr<TagLib::IOStream> m_stream; // outlives the file, which does not own it
+    std::unique_ptr<TagLib::IOStream> m_stream; // our own open, when no scope lends one; outlives the file
     std::unique_ptr<TagFile> m_file;
 };
