@@ -40,6 +40,9 @@ public:
 
     // For the clock-paced null device. How many times real time the device plays.
     virtual double Speed() const { return 1.0; }
+    // The delay is exact, not a sound server's estimate: the end of a song needs no silence after
+    // it and no margin to play out.
+    virtual bool DelayExact() const { return false; }
     // A device that plays everything at once hands blocks back this many at a time (0: as heard).
     virtual std::size_t BurstBlocks() const { return 0; }
     // A block heard whole, at `volume` (a device that records what it plays). No feeder lock held.

@@ -475,8 +475,10 @@ private:
         // Every block came back: the engine is at the end of a song. The delay a sound server
         // reports may run a few milliseconds short, so let the device play out what it says it
         // holds, and a little more, rather than cut the song's last sound. Not a drain:
-        // a server may never finish draining a stream that already ran dry.
-        if (m_pDriver && m_queue.Empty() && m_pDriver->State() == WaveDriverState::Running) {
+        // a server may never finish draining a stream that already ran dry. A driver whose delay is
+        // exact (the null device's clock) has played every block it handed back: nothing to wait for.
+        if (m_pDriver && !m_pDriver->DelayExact() && m_queue.Empty() &&
+            m_pDriver->State() == WaveDriverState::Running) {
             const std::uint64_t silence = WriteEndSilence();
             std::int64_t delay = 0;
             if (m_pDriver->Delay(&delay) < 0 || delay < 0)

@@ -106,6 +106,7 @@ public:
 
     std::uint64_t StartFrames() const override { return 0; }
     double Speed() const override { return m_dFramesPerSecond / m_format.nSamplesPerSec; }
+    bool DelayExact() const override { return true; }
     std::size_t BurstBlocks() const override { return m_options.bUntimed ? kUntimedBurst : 0; }
 
     // Records the block; a device told to fail after N blocks records exactly N, then fails.
