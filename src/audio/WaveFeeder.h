@@ -28,7 +28,10 @@
 // thread and wait, bounded, until it has acted. m_lock guards the queue, the frame bookkeeping and
 // the request flags; the driver is touched by the device thread only, under m_lock, except while a
 // device is being opened (no lock held, so the engine's calls are not held up). Callbacks run on the
-// device thread without m_lock. Statistics are atomics, read without the lock.
+// device thread without m_lock, as does a driver's Heard (the null device's capture takes its own
+// lock there). Statistics are atomics, read without the lock. Lock order: m_lock is the feeder's
+// only lock and no other is taken under it; WaveOut.cpp's handle table lock is released before a
+// feeder is called.
 
 #include <memory>
 #include <string>
