@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <map>
 
 #include "audio/WaveOutDevice.h"
@@ -43,24 +42,6 @@ bool IsValidPcm(const WAVEFORMATEX* format)
 }
 
 } // namespace
-
-void ApplyVolume(const BYTE* source, BYTE* target, std::size_t bytes, DWORD volume, int channels)
-{
-    if (volume == 0xFFFFFFFFu) {
-        std::memcpy(target, source, bytes);
-        return;
-    }
-    const std::int32_t levels[2] = {static_cast<std::int32_t>(volume & 0xFFFFu),
-                                    static_cast<std::int32_t>(volume >> 16)};
-    const std::size_t count = bytes / 2;
-    for (std::size_t i = 0; i < count; ++i) {
-        std::int16_t sample;
-        std::memcpy(&sample, source + 2 * i, 2);
-        const std::int32_t level = levels[channels == 2 ? (i & 1) : 0];
-        sample = static_cast<std::int16_t>(level == 0xFFFF ? sample : (sample * level) / 0xFFFF);
-        std::memcpy(target + 2 * i, &sample, 2);
-    }
-}
 
 void CWaveMemoryCapture::Reserve(std::size_t bytes)
 {

@@ -13,7 +13,9 @@
 //   call waveOut functions on the same handle.
 // - Blocks come back as they have been heard, or, with a hand-back interval set, in bursts at most
 //   that far apart; waveOutHandBackHeard brings the burst forward for a caller that needs the
-//   position now. The untimed null device always hands back in bursts.
+//   position now. The untimed null device plays a block as soon as it takes it and hands back in
+//   bursts. At a pause every device hands back what was heard, so the position stands where the
+//   sound stopped.
 // - waveOutReset returns after every queued block has been handed back through the callback.
 // - Locks: the handle table lock is never held while a device is called; a device's own lock is never
 //   held while the callback runs. No lock is held across two of these calls.
@@ -64,7 +66,8 @@ TUNIVOX_EXPORT MMRESULT waveOutGetStatistics(HWAVEOUT device, WaveOutStatistics*
 
 // How long a device may keep blocks that have been heard before it hands them back: 0 (the default)
 // hands each back as it has been heard; more lets the device thread and its writer sleep between
-// bursts (the device still wakes often enough to keep itself fed). Any thread, at any moment.
+// bursts (the device still wakes often enough to keep itself fed). The interval counts from when the
+// sound starts or resumes, as from a burst: nothing heard is held longer. Any thread, at any moment.
 TUNIVOX_EXPORT MMRESULT waveOutSetHandBackInterval(HWAVEOUT device, DWORD milliseconds);
 // Hands back every block heard by now and returns once their callbacks ran. Any thread but the
 // callback's; waits at most kHandBackHeardWaitMs (a device busy reconnecting answers later).
