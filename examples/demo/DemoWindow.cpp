@@ -178,12 +178,12 @@ DemoWindow::DemoWindow()
                 m_elapsed->setText(elapsed);
                 m_total->setText(total.isEmpty() ? QStringLiteral("00:00") : total);
             });
-    // Media keys and the desktop's media controls (MPRIS); repeat and shuffle set there show here.
+    // Repeat and shuffle set anywhere (the desktop's media controls among them) show here.
+    connect(m_player, &CMediaPlayerCtrl::repeatChanged, m_repeat, &QToolButton::setChecked);
+    connect(m_player, &CMediaPlayerCtrl::shuffleChanged, m_shuffle, &QToolButton::setChecked);
+    // Media keys and the desktop's media controls (MPRIS).
     QString mprisError;
-    if (MprisService* mpris = MprisService::Attach(m_player, QString(), &mprisError)) {
-        connect(mpris, &MprisService::repeatChanged, m_repeat, &QToolButton::setChecked);
-        connect(mpris, &MprisService::shuffleChanged, m_shuffle, &QToolButton::setChecked);
-    } else {
+    if (!MprisService::Attach(m_player, QString(), &mprisError)) {
         statusBar()->showMessage(tr("No media keys: %1").arg(mprisError), 8000);
     }
     // Not needed before the first song plays: a scan of the process list for an external player

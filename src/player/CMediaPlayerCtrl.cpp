@@ -34,6 +34,10 @@ CMediaPlayerCtrl::CMediaPlayerCtrl(QWidget* parent)
     connect(m_pPlaylist.get(), &CPlaylistModel::pathListed, this, &CMediaPlayerCtrl::WatchFile);
     connect(m_pPlaylist.get(), &CPlaylistModel::pathUnlisted, this, &CMediaPlayerCtrl::UnwatchFile);
     setItemDelegate(new CPlayingMarkerDelegate(this));
+    // The state signals follow every change the control announces.
+    connect(this, &CMediaPlayerCtrl::transportChanged, this, &CMediaPlayerCtrl::AnnounceStateChanges);
+    connect(this, &CMediaPlayerCtrl::songStarted, this, &CMediaPlayerCtrl::AnnounceStateChanges);
+    connect(this, &CMediaPlayerCtrl::playlistCleared, this, &CMediaPlayerCtrl::AnnounceStateChanges);
     m_pNowPlaying = new CNowPlaying(this);
     connect(m_pNowPlaying, &CNowPlaying::songRead, this, &CMediaPlayerCtrl::OnNowPlayingRead);
     m_progressTimer.setInterval(950);
@@ -291,6 +295,8 @@ void CMediaPlayerCtrl::mousePressEvent(QMouseEvent* e)
 {
     if (e->button() == Qt::RightButton) {
         OnRButtonDown();
+        if (count() > 0)
+            emit rightClickedAt(indexAt(e->position().toPoint()).row(), e->globalPosition().toPoint());
         return;
     }
     CInterDragListBox::mousePressEvent(e);

@@ -108,6 +108,10 @@ class TUNIVOX_EXPORT CMediaPlayerCtrl : public CInterDragListBox, public IVisual
     Q_OBJECT
 
 public:
+    // What stateChanged reports.
+    enum PlaybackState { StateStopped, StatePlaying, StatePaused };
+    Q_ENUM(PlaybackState)
+
     explicit CMediaPlayerCtrl(QWidget* parent = nullptr);
     ~CMediaPlayerCtrl() override;
 
@@ -153,9 +157,11 @@ public:
     BOOL IsWatchingFiles() const { return m_pWatcher != nullptr; }
     // Re-reads the tags of `path` now: 1 when it is listed (and readable), else 0.
     int NotifyFileChanged(const char* path);
+    int NotifyFileChanged(const QString& path) { return NotifyFileChanged(path.toUtf8().constData()); }
 
     // Transport.
     int PlayStart(const char* path);
+    int PlayStart(const QString& path) { return PlayStart(path.toUtf8().constData()); }
     int Play();
     int Pause();
     int Stop();
@@ -163,6 +169,8 @@ public:
     int Next();
     int Refresh(int bSetTitle);
     BOOL IsPlaying() const { return m_bPlaying; }
+    // Playing, paused or stopped as the listener hears it (a song that ended is stopped).
+    PlaybackState GetPlaybackState() const;
     BOOL IsPaused() const { return m_bPaused; }
     BOOL IsStopped() const { return m_bStopped; }
     BOOL IsRepeat() const { return m_bRepeat; }
@@ -206,6 +214,7 @@ public:
     void SetBackgrounds(CStringArray* backgrounds);
     CStringArray* GetBackgrounds() override;
     void SetLyrics(const char* lyrics);
+    void SetLyrics(const QString& lyrics) { SetLyrics(lyrics.toUtf8().constData()); }
     const char* GetLyrics() override;
     // Time-stamped lyrics of the playing song, handed over with the lyrics (change bit 2); the
     // visualization follows them when its "synchronised lyrics" setting is on. GetMp3TagInfo sets
@@ -306,6 +315,17 @@ signals:
     void songStarted();
     void playlistCleared();
     void rightClicked();
+    // Right after songStarted: the started song's file and its row (-1 when it is not listed).
+    void songStartedAt(const QString& path, int row);
+    // Right after rightClicked: the row under the pointer (-1 below the last) and where, on screen.
+    void rightClickedAt(int row, const QPoint& globalPos);
+    // Each when it changes, after the call or the event that changed it: the transport's state, the
+    // playing entry's row (GetCurrentIndex), the volume (GetVolume's 0..100), repeat and shuffle.
+    void stateChanged(CMediaPlayerCtrl::PlaybackState state);
+    void currentIndexChanged(int index);
+    void volumeChanged(int volume);
+    void repeatChanged(bool repeat);
+    void shuffleChanged(bool shuffle);
     // After each progress step and on Stop: elapsed text, total text, position in engine units.
     void progressChanged(const QString& elapsed, const QString& total, qulonglong position);
     // A listed file's tags were re-read after it changed: its item text and title follow them.
@@ -374,6 +394,8 @@ private:
     // What GetMp3TagInfo hands the visualization, from a record read already.
     void ApplySongToFeed(const CNowPlayingSong& record);
     void OnNowPlayingRead(const CNowPlayingSong& record);
+    // Emits the state signals whose value changed since they were last emitted.
+    void AnnounceStateChanges();
     void RemoveStalePictures();
     void SetSliderPosition(int position);
     // CAudioPlayer::Play(position) on an open engine, then told to seeked's readers.
@@ -491,6 +513,15 @@ private:
     bool m_bRemembersPlayback = false;
     bool m_bGapless = false;
     bool m_bSelectionFollowsPlaying = true;
+    // What the state signals last said.
+    struct CAnnouncedState
+    {
+        PlaybackState eState = StateStopped;
+        int nIndex = 0;
+        int nVolume = -1;
+        bool bRepeat = false;
+        bool bShuffle = false;
+    } m_announced;
     int m_nHandBackMs = 0;
     QString m_strNextPath;  // the song prepared in the engine (the model holds its entry); empty when none
     QString m_strNextFailedPath; // could not be prepared for the playing song; not tried again for it

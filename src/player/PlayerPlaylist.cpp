@@ -68,6 +68,7 @@ void CMediaPlayerCtrl::RemoveEntryAt(int index)
 {
     m_pPlaylist->RemoveAt(index);
     m_nCurrentIndex = PlayOrder::EntryAfterRemoval(m_nCurrentIndex, index);
+    AnnounceStateChanges();
 }
 
 void CMediaPlayerCtrl::Dropped(QPoint ptScreen)
@@ -107,6 +108,7 @@ void CMediaPlayerCtrl::RenumberItems()
     const QList<QString> before = m_arrFiles.Items();
     m_pPlaylist->RenumberFromTexts(ItemTexts());
     m_nCurrentIndex = PlayOrder::EntryAfterReorder(m_nCurrentIndex, before, m_arrFiles.Items());
+    AnnounceStateChanges();
 }
 
 void CMediaPlayerCtrl::RearrangeListItems()

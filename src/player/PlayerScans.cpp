@@ -76,5 +76,6 @@ int CMediaPlayerCtrl::InsertSongsAt(int index, const QList<CMp3Song>& songs, int
     // The playing entry is still the same song.
     if (m_nCurrentIndex >= index && m_nCurrentIndex < before)
         m_nCurrentIndex += added;
+    AnnounceStateChanges();
     return added;
 }

@@ -92,6 +92,7 @@ void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
     m_progressTimer.start();
     PostToHost(WM_PLAYER_SONG_STARTED);
     emit songStarted();
+    emit songStartedAt(path, m_pPlaylist->PlayingRow());
 
     // One read of the song for everyone who shows it; off this thread unless the visualization
     // needs its lyrics and cover before its next frame.

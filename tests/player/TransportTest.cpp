@@ -2,6 +2,7 @@
 // with and without repeat, shuffle, stepping, pausing, seeking, stopping and the volume.
 #include <QAction>
 #include <QFile>
+#include <QFileInfo>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
@@ -254,6 +255,59 @@ TEST(Transport, WithTheSelectionLeftToTheUserOnlyTheMarkerFollowsThePlayingSong)
         EXPECT_EQ(f.ctrl->selectedItems().size(), 1);
         EXPECT_EQ(f.ctrl->currentRow(), selectedRow);
         EXPECT_EQ(f.ctrl->verticalScrollBar()->value(), scrolled);
+    }
+}
+
+// Each state signal fires once per change, whatever made it, and nothing fires for a call that
+// changes nothing.
+TEST(Transport, StateSignalsFireOncePerChange)
+{
+    PlayerFixture f(1.0);
+    ScopedTempFolder folder;
+    QStringList paths;
+    for (int i = 0; i < 4; ++i) {
+        paths << folder.FilePath(QStringLiteral("song %1.mp3").arg(i));
+        ASSERT_TRUE(QFile::link(FixturePath(kLong), paths.last()));
+        f.ctrl->addFile(SongFor(paths.last()), 0);
+    }
+    QStringList log;
+    CMediaPlayerCtrl* c = f.ctrl;
+    QObject::connect(c, &CMediaPlayerCtrl::stateChanged, [&](CMediaPlayerCtrl::PlaybackState s) { log << QStringLiteral("state %1").arg(s); });
+    QObject::connect(c, &CMediaPlayerCtrl::currentIndexChanged, [&](int i) { log << QStringLiteral("index %1").arg(i); });
+    QObject::connect(c, &CMediaPlayerCtrl::volumeChanged, [&](int v) { log << QStringLiteral("volume %1").arg(v); });
+    QObject::connect(c, &CMediaPlayerCtrl::repeatChanged, [&](bool b) { log << QStringLiteral("repeat %1").arg(b); });
+    QObject::connect(c, &CMediaPlayerCtrl::shuffleChanged, [&](bool b) { log << QStringLiteral("shuffle %1").arg(b); });
+    QObject::connect(c, &CMediaPlayerCtrl::songStartedAt, [&](const QString& path, int row) {
+        log << QStringLiteral("started %1 at %2").arg(QFileInfo(path).fileName()).arg(row);
+    });
+    const struct {
+        const char* name;
+        std::function<void()> act;
+        QStringList expected;
+    } steps[] = {
+        {"PlayStart", [&] { c->PlayStart(paths[2]); }, {"state 1", "index 2", "started song 2.mp3 at 2"}},
+        {"Pause", [&] { c->Pause(); }, {"state 2"}},
+        {"resume",
+         [&] {
+             ASSERT_TRUE(WaitUntil([&] { return c->GetAudioPlayer()->m_bPaused != 0; }));
+             c->Pause();
+         },
+         {"state 1"}},
+        {"the same volume twice", [&] { c->SetVolume(40); c->SetVolume(40); }, {"volume 60"}},
+        {"repeat twice", [&] { c->SetRepeatMode(1); c->SetRepeatMode(1); }, {"repeat 1"}},
+        {"shuffle on and off", [&] { c->SetShuflleMode(1); c->SetShuflleMode(0); }, {"shuffle 1", "shuffle 0"}},
+        {"Delete above the playing entry", [&] { c->setCurrentRow(0); QTest::keyClick(c, Qt::Key_Delete); }, {"index 1"}},
+        {"Next", [&] { c->Next(); }, {"index 2", "started song 3.mp3 at 2"}},
+        {"Stop, twice", [&] { c->Stop(); c->Stop(); }, {"state 0"}},
+        {"Clear", [&] { c->ClearPlayList(); }, {"index 0"}},
+    };
+    // The fixture's own start announced what it set up; only the steps' changes count.
+    log.clear();
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.name);
+        step.act();
+        EXPECT_EQ(log, step.expected);
+        log.clear();
     }
 }
 
