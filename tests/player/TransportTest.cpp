@@ -532,3 +532,35 @@ TEST(Transport, TheSlidersSeekAndSetTheVolume)
     EXPECT_EQ(f.ctrl->m_nVolumeLevel, 32768);
     EXPECT_EQ(f.ctrl->GetVolume(), 50);
 }
+
+// Keys on the sliders step by the classic sizes unless the listener's steps are on; a step seeks as a
+// released drag does.
+TEST(Transport, SliderKeysStepByTheChosenSizesAndSeekLikeADrag)
+{
+    PlayerFixture f(1.0);
+    f.Add({kLong});
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kLong).toUtf8().constData()), 1); // 12 s: 120 tenths
+    CSliderCtrlEx* position = f.ctrl->GetTrackbar();
+    CSliderCtrlEx* volume = f.ctrl->GetVolumeBar();
+    struct Case { int bListener; CSliderCtrlEx* slider; Qt::Key key; int from, to; };
+    const Case cases[] = {
+        {0, position, Qt::Key_Right, 40, 41},        {1, position, Qt::Key_Right, 40, 50},
+        {0, position, Qt::Key_PageUp, 110, 86},      {1, position, Qt::Key_PageUp, 110, 10},
+        // The volume slider is inverted: Right is louder, a smaller attenuation.
+        {0, volume, Qt::Key_Right, 30000, 29999},    {1, volume, Qt::Key_Right, 30000, 26723},
+        {0, volume, Qt::Key_PageDown, 30000, 43107}, {1, volume, Qt::Key_PageDown, 30000, 36554},
+    };
+    for (const Case& c : cases) {
+        f.ctrl->SetListenerSliderSteps(c.bListener);
+        c.slider->SetPos(c.from);
+        QTest::keyClick(c.slider, c.key);
+        EXPECT_EQ(c.slider->GetPos(), c.to) << c.bListener << " " << c.slider->objectName().toStdString() << " " << c.key;
+    }
+    EXPECT_EQ(f.ctrl->m_nVolumeLevel, 65535 - 36554) << "the volume follows a key step";
+
+    f.ctrl->SetListenerSliderSteps(1);
+    position->SetPos(0);
+    QTest::keyClick(position, Qt::Key_PageDown);
+    EXPECT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() >= 100000000ull; }, 2000))
+        << "PageDown seeks 10 s on";
+}
