@@ -34,6 +34,9 @@ public:
     // A close the program asks for (--quit-after) closes even when the session cannot be saved.
     void CloseWithoutAsking();
     bool RestoreSession();
+    // The list holds songs named on the command line: a close saves repeat, shuffle, volume and
+    // geometry but keeps the remembered playlist and song for the next start without arguments.
+    void KeepSessionPlaylist() { m_bKeepSessionPlaylist = true; }
 
 protected:
     void customEvent(QEvent* e) override;
@@ -66,4 +69,5 @@ private:
     bool m_bTriedNull = false;
     bool m_bSaveFailureShown = false; // a close after it goes through unsaved
     bool m_bCloseWithoutAsking = false;
+    bool m_bKeepSessionPlaylist = false;
 };
