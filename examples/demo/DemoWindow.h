@@ -11,6 +11,8 @@ class CMediaPlayerCtrl;
 class NowPlayingPanel;
 class QAction;
 class QLabel;
+class QMenu;
+class QToolBar;
 class QToolButton;
 
 class DemoWindow : public QMainWindow
@@ -44,6 +46,8 @@ protected:
 
 private:
     QWidget* BuildTransportBar();
+    // Keys for every action, shown in the menus and tool tips; every button takes the focus.
+    void SetUpKeyboard(QToolBar* actions);
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
@@ -64,6 +68,7 @@ private:
     QLabel* m_total = nullptr;
     QToolButton* m_repeat = nullptr;
     QToolButton* m_shuffle = nullptr;
+    QMenu* m_playerMenu = nullptr;
     QAction* m_openExternal = nullptr;
     QAction* m_closeExternal = nullptr;
     bool m_bTriedNull = false;
