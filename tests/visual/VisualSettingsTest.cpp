@@ -1,4 +1,5 @@
 // Loading the visualization settings and placement, and the options dialog's conversions.
+#include <QApplication>
 #include <QComboBox>
 #include <QFontDatabase>
 #include <QLabel>
@@ -184,4 +185,38 @@ TEST(OptionsDialog, FontSizesFollowTheFace)
     sizeCombo->lineEdit()->clear();
     QTest::keyClicks(sizeCombo->lineEdit(), QStringLiteral("13pt"));
     EXPECT_EQ(dlg.m_settings.m_nFontSize, 13);
+}
+
+TEST(OptionsDialog, AFaceNotInstalledFallsBackToTheApplicationFontAndNamesStayWhole)
+{
+    const QString installed = ScalableFace();
+    if (installed.isEmpty())
+        GTEST_SKIP() << "no scalable font installed";
+    const QString fallback = QFontInfo(QApplication::font()).family();
+    const int fallbackSize = QApplication::font().pointSize();
+    struct Case { QString stored; QString shown; int size; };
+    const Case cases[] = {
+        {QStringLiteral("No Such Face Anywhere"), fallback, fallbackSize},
+        {installed, installed.left(VISUAL_FONT_NAME_MAX), 14},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.stored.toStdString());
+        COptionsDlg dlg;
+        dlg.m_settings.m_strFontName = c.stored;
+        dlg.m_settings.m_nFontSize = 14;
+        dlg.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&dlg));
+        auto* face = Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_FACE);
+        EXPECT_EQ(face->currentText(), c.shown);
+        EXPECT_EQ(dlg.m_settings.m_strFontName, c.shown);
+        EXPECT_EQ(Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE)->currentText(), QString::number(c.size));
+        EXPECT_EQ(dlg.m_settings.m_nFontSize, c.size);
+        // The box is as wide as the longest face, so no name is cut in it or in its list.
+        int widest = 0;
+        for (int i = 0; i < face->count(); ++i)
+            widest = std::max(widest, face->fontMetrics().horizontalAdvance(face->itemText(i)));
+        EXPECT_GE(face->width(), widest);
+        if (&c == &cases[0])
+            dlg.grab().save(QStringLiteral("%1/options-dialog.png").arg(TUNIVOX_BINARY_DIR));
+    }
 }
