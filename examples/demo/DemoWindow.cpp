@@ -163,6 +163,8 @@ DemoWindow::DemoWindow()
     m_player->SetHandBackInterval(200);
     // Arrow keys on the sliders move 1 s and 5 %, PageUp and PageDown 10 s and 10 %.
     m_player->SetListenerSliderSteps(1);
+    // What OK applies in "Visualization options" is kept for the next session.
+    m_player->SetSavesVisualOptions(1);
     auto* playback = new PlaybackMenu(m_player, this);
     playback->setTitle(tr("Play&back"));
     QAction* playbackAction = playback->menuAction();

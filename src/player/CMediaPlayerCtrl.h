@@ -188,6 +188,10 @@ public:
     // 1: arrows and the wheel move the position 1 s and the volume 5 %, PageUp/PageDown 10 s and
     // 10 %. Either way a step ends in TB_ENDTRACK, the seek a released drag makes.
     void SetListenerSliderSteps(int bOn);
+    // Whether OK in the visualization's options dialog saves the settings for the next session (0,
+    // the classic behaviour, by default: they apply until the window closes).
+    void SetSavesVisualOptions(int bSaves);
+    BOOL IsSavingVisualOptions() const { return m_bSavesVisualOptions; }
     BOOL HasListenerSliderSteps() const { return m_bListenerSliderSteps; }
     // 0..100 with 100 the loudest.
     long GetVolume();
@@ -485,6 +489,7 @@ private:
     bool m_bGapless = false;
     bool m_bSelectionFollowsPlaying = true;
     bool m_bListenerSliderSteps = false;
+    bool m_bSavesVisualOptions = false;
     int m_nHandBackMs = 0;
     QString m_strNextPath;  // the song prepared in the engine (the model holds its entry); empty when none
     QString m_strNextFailedPath; // could not be prepared for the playing song; not tried again for it
