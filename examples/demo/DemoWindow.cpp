@@ -129,7 +129,7 @@ DemoWindow::DemoWindow()
     };
     add(playlistMenu, tr("Add files…"), QKeySequence(Qt::CTRL | Qt::Key_O), &DemoWindow::AddFiles, this);
     add(playlistMenu, tr("Add folder…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O), &DemoWindow::AddFolder, this);
-    add(playlistMenu, tr("Clear"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Delete), &CMediaPlayerCtrl::ClearPlayList,
+    add(playlistMenu, tr("Clear"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace), &CMediaPlayerCtrl::ClearPlayList,
         m_player);
     QAction* editTags = add(playlistMenu, tr("Edit tags…"), QKeySequence(Qt::CTRL | Qt::Key_E), &DemoWindow::EditTags, this);
     editTags->setToolTip(tr("Edit the selected song's tags, lyrics and cover (also while it plays)"));
@@ -239,11 +239,11 @@ DemoWindow::~DemoWindow() = default;
 void DemoWindow::SetUpKeyboard(QToolBar* actions)
 {
     // The transport: the control's own tool bar actions, with keys the list leaves alone (it takes
-    // Return, Delete, Ctrl+A/S/Z and plain letters).
+    // Return and Delete with any modifier, Ctrl+A/S/Z and plain letters).
     CMediaPlayerToolbar* toolbar = m_player->GetToolbar();
     struct Command { int id; const char* text; QKeySequence keys; };
     const Command commands[] = {
-        {kCommandPlay, QT_TR_NOOP("Play"), QKeySequence(Qt::CTRL | Qt::Key_Return)},
+        {kCommandPlay, QT_TR_NOOP("Play"), QKeySequence(Qt::CTRL | Qt::Key_Space)},
         {kCommandPause, QT_TR_NOOP("Pause"), QKeySequence(Qt::CTRL | Qt::Key_P)},
         {kCommandStop, QT_TR_NOOP("Stop"), QKeySequence(Qt::CTRL | Qt::Key_Period)},
         {kCommandPrevious, QT_TR_NOOP("Previous"), QKeySequence(Qt::CTRL | Qt::Key_Left)},
