@@ -139,7 +139,7 @@ DemoWindow::DemoWindow()
     QAction* saveList = playlistMenu->addAction(tr("Save playlist…"), this, [this] { SavePlaylist(this, m_player, statusBar()); });
     saveList->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     actions->addSeparator();
-    m_playerMenu = menuBar()->addMenu(tr("P&layer"));
+    m_playerMenu = menuBar()->addMenu(tr("Pla&yer"));
     QAction* visual = add(m_playerMenu, tr("Visualization"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V),
                           [this] { m_player->Refresh(1); }, this);
     visual->setToolTip(tr("Open or close the visualization window"));
