@@ -54,62 +54,6 @@ QList<NamedControl> TransportControls(DemoWindow& window)
     return controls;
 }
 
-TEST(DemoLayout, EveryTransportControlStaysWholeAndApartAtEveryWidth)
-{
-    ScopedUserFolders folders;
-    WaveMapperOptions options;
-    options.eBackend = WaveBackend::Null;
-    SetWaveMapper(options);
-    {
-        DemoWindow window;
-        window.show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        const int minimum = window.minimumSizeHint().width();
-        EXPECT_LE(minimum, kSensibleMinimumWidth);
-
-        for (const int width : {1000, 820, 700, kSensibleMinimumWidth, minimum}) {
-            SCOPED_TRACE(width);
-            window.resize(width, 600);
-            for (int i = 0; i < 5; ++i)
-                QCoreApplication::processEvents();
-            ASSERT_EQ(window.width(), width);
-            window.grab().save(QStringLiteral("%1/demo-layout-%2.png").arg(TUNIVOX_BINARY_DIR).arg(width));
-
-            // Actions the playlist tool bar cannot show are behind its visible extension button.
-            QToolBar* actions = window.findChild<QToolBar*>(QStringLiteral("playlistActions"));
-            ASSERT_NE(actions, nullptr);
-            auto* extension = actions->findChild<QToolButton*>(QStringLiteral("qt_toolbar_ext_button"));
-            for (QAction* action : actions->actions()) {
-                QWidget* shown = actions->widgetForAction(action);
-                if (!action->isSeparator() && !(shown && shown->isVisible())) {
-                    EXPECT_TRUE(extension && extension->isVisible()) << action->text().toStdString();
-                }
-            }
-            const QList<NamedControl> controls = TransportControls(window);
-            QList<QRect> placed;
-            for (const NamedControl& control : controls) {
-                SCOPED_TRACE(control.name.toStdString());
-                ASSERT_NE(control.widget, nullptr);
-                EXPECT_TRUE(control.widget->isVisible());
-                const QRect rect(control.widget->mapTo(&window, QPoint(0, 0)), control.widget->size());
-                EXPECT_TRUE(window.rect().contains(rect)) << rect.x() << "," << rect.y() << " " << rect.width()
-                                                          << "x" << rect.height();
-                EXPECT_GE(rect.width(), control.widget->minimumSizeHint().width());
-                for (const QRect& other : placed)
-                    EXPECT_FALSE(rect.intersects(other));
-                placed.append(rect);
-            }
-        }
-        // A wide window keeps the whole bar on one line.
-        window.resize(1000, 600);
-        QCoreApplication::processEvents();
-        const QRect play(window.Player()->GetToolbar()->mapTo(&window, QPoint(0, 0)), QSize(1, 1));
-        const QRect volume(window.Player()->GetVolumeBar()->mapTo(&window, QPoint(0, 0)), QSize(1, 1));
-        EXPECT_LT(std::abs(play.y() - volume.y()), 20);
-    }
-    SetWaveMapper(WaveMapperOptions());
-}
-
 // A demo window through the null device, with settings of its own.
 struct DemoFixture
 {
@@ -128,6 +72,56 @@ struct DemoFixture
     ScopedUserFolders folders;
     std::unique_ptr<DemoWindow> window;
 };
+
+TEST(DemoLayout, EveryTransportControlStaysWholeAndApartAtEveryWidth)
+{
+    DemoFixture f;
+    DemoWindow& window = *f.window;
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const int minimum = window.minimumSizeHint().width();
+    EXPECT_LE(minimum, kSensibleMinimumWidth);
+
+    for (const int width : {1000, 820, 700, kSensibleMinimumWidth, minimum}) {
+        SCOPED_TRACE(width);
+        window.resize(width, 600);
+        for (int i = 0; i < 5; ++i)
+            QCoreApplication::processEvents();
+        ASSERT_EQ(window.width(), width);
+        window.grab().save(QStringLiteral("%1/demo-layout-%2.png").arg(TUNIVOX_BINARY_DIR).arg(width));
+
+        // Actions the playlist tool bar cannot show are behind its visible extension button.
+        QToolBar* actions = window.findChild<QToolBar*>(QStringLiteral("playlistActions"));
+        ASSERT_NE(actions, nullptr);
+        auto* extension = actions->findChild<QToolButton*>(QStringLiteral("qt_toolbar_ext_button"));
+        for (QAction* action : actions->actions()) {
+            QWidget* shown = actions->widgetForAction(action);
+            if (!action->isSeparator() && !(shown && shown->isVisible())) {
+                EXPECT_TRUE(extension && extension->isVisible()) << action->text().toStdString();
+            }
+        }
+        const QList<NamedControl> controls = TransportControls(window);
+        QList<QRect> placed;
+        for (const NamedControl& control : controls) {
+            SCOPED_TRACE(control.name.toStdString());
+            ASSERT_NE(control.widget, nullptr);
+            EXPECT_TRUE(control.widget->isVisible());
+            const QRect rect(control.widget->mapTo(&window, QPoint(0, 0)), control.widget->size());
+            EXPECT_TRUE(window.rect().contains(rect)) << rect.x() << "," << rect.y() << " " << rect.width()
+                                                      << "x" << rect.height();
+            EXPECT_GE(rect.width(), control.widget->minimumSizeHint().width());
+            for (const QRect& other : placed)
+                EXPECT_FALSE(rect.intersects(other));
+            placed.append(rect);
+        }
+    }
+    // A wide window keeps the whole bar on one line.
+    window.resize(1000, 600);
+    QCoreApplication::processEvents();
+    const QRect play(window.Player()->GetToolbar()->mapTo(&window, QPoint(0, 0)), QSize(1, 1));
+    const QRect volume(window.Player()->GetVolumeBar()->mapTo(&window, QPoint(0, 0)), QSize(1, 1));
+    EXPECT_LT(std::abs(play.y() - volume.y()), 20);
+}
 
 void CollectMenuActions(const QList<QAction*>& actions, QList<QAction*>& into)
 {
