@@ -170,7 +170,6 @@ TEST(DemoKeyboard, EveryActionHasAKeyInTheMenusAndToolTipsAndTabReachesEveryButt
             EXPECT_FALSE(override.isAccepted());
         }
     }
-    EXPECT_TRUE(visualButton->toolTip().contains(QStringLiteral("Ctrl+Shift+V")));
     for (const char* name : {"repeat", "shuffle"})
         buttons.append(window.findChild<QToolButton*>(QString::fromLatin1(name)));
     ASSERT_GE(buttons.size(), 12);
