@@ -32,12 +32,14 @@ bool DemoWindow::SaveSession(QString* error)
         *error = tr("the folder %1 cannot be made private").arg(UserConfigFolder() + QStringLiteral("tunivox"));
         return false;
     }
-    QList<PlaylistFileEntry> entries;
-    for (const QString& path : m_player->GetFiles().Items())
-        entries.append({path, QString(), -1});
-    if (!WritePlaylist(SessionFile("m3u8"), entries, PlaylistPaths::Absolute, error))
-        return false;
-    QFile::setPermissions(SessionFile("m3u8"), QFile::ReadOwner | QFile::WriteOwner);
+    if (!m_bKeepSessionPlaylist) {
+        QList<PlaylistFileEntry> entries;
+        for (const QString& path : m_player->GetFiles().Items())
+            entries.append({path, QString(), -1});
+        if (!WritePlaylist(SessionFile("m3u8"), entries, PlaylistPaths::Absolute, error))
+            return false;
+        QFile::setPermissions(SessionFile("m3u8"), QFile::ReadOwner | QFile::WriteOwner);
+    }
 
     QSettings settings(SessionFile("ini"), QSettings::IniFormat);
     settings.setValue(QStringLiteral("geometry"), saveGeometry());
@@ -45,7 +47,9 @@ bool DemoWindow::SaveSession(QString* error)
     settings.setValue(QStringLiteral("shuffle"), m_shuffle->isChecked());
     settings.setValue(QStringLiteral("volume"), m_player->GetVolumeBar()->GetPos());
     const CAudioPlayer* engine = m_player->GetAudioPlayer();
-    if (m_player->IsPlaying() && engine) {
+    if (m_bKeepSessionPlaylist) {
+        // The remembered song belongs to the remembered playlist: both stay.
+    } else if (m_player->IsPlaying() && engine) {
         settings.setValue(QStringLiteral("song"), m_player->GetPlayingFileName());
         settings.setValue(QStringLiteral("position"), qulonglong(const_cast<CAudioPlayer*>(engine)->GetCurrentTime()));
     } else {
@@ -96,6 +100,7 @@ void DemoWindow::ResumeSong(const QString& song, quint64 position)
     if (song.isEmpty() || !m_player->GetFiles().Items().contains(song))
         return;
     // Back where the listener left, paused: the shuffle draw must not pick another song.
+    const BOOL shuffle = m_player->IsShuffle();
     m_player->SetShuflleMode(0);
     const QByteArray path = song.toUtf8();
     int started = m_player->PlayStart(path.constData());
@@ -103,7 +108,7 @@ void DemoWindow::ResumeSong(const QString& song, quint64 position)
         FallBackToNullDevice();
         started = m_player->PlayStart(path.constData());
     }
-    m_player->SetShuflleMode(m_shuffle->isChecked());
+    m_player->SetShuflleMode(shuffle);
     if (!started)
         return;
     CAudioPlayer* engine = m_player->GetAudioPlayer();

@@ -47,7 +47,8 @@ const QStringList kAudioPatterns = {
 
 const char* kStyleSheet = R"(
 QMainWindow { background: #f4f6fa; }
-QListWidget { background: white; border: 1px solid #d5dbe5; border-radius: 6px; font-size: 11pt; padding: 4px; }
+QListWidget { background: white; border: 2px solid #d5dbe5; border-radius: 6px; font-size: 11pt; padding: 3px; }
+QListWidget:focus { border-color: #2a7fd4; }
 QListWidget::item { padding: 5px 4px; }
 QListWidget::item:selected { background: #dce8fb; color: #12233f; }
 #nowPlayingTitle { font-size: 15pt; font-weight: 600; color: #1b2437; }
@@ -56,9 +57,18 @@ QListWidget::item:selected { background: #dce8fb; color: #12233f; }
 #transport { background: #ffffff; border-top: 1px solid #d5dbe5; }
 #transport QLabel { color: #3d4a63; font-family: monospace; }
 QToolBar { border: none; spacing: 4px; }
-QToolButton { border-radius: 4px; padding: 3px 6px; }
+QToolButton { border: 2px solid transparent; border-radius: 4px; padding: 1px 4px; }
 QToolButton:checked { background: #dce8fb; }
 QToolButton:hover { background: #e9eef6; }
+QToolButton:focus { border-color: #2a7fd4; }
+QScrollBar:vertical { background: #eef1f6; width: 12px; margin: 0px; border: none; }
+QScrollBar:horizontal { background: #eef1f6; height: 12px; margin: 0px; border: none; }
+QScrollBar::handle { background: #6b7790; border-radius: 4px; margin: 2px; }
+QScrollBar::handle:vertical { min-height: 28px; }
+QScrollBar::handle:horizontal { min-width: 28px; }
+QScrollBar::handle:hover { background: #4f5b73; }
+QScrollBar::add-line, QScrollBar::sub-line { width: 0px; height: 0px; border: none; }
+QScrollBar::add-page, QScrollBar::sub-page { background: none; }
 #qt_toolbar_ext_button { padding: 0px; }
 )";
 
@@ -108,26 +118,58 @@ DemoWindow::DemoWindow()
     actions->setObjectName(QStringLiteral("playlistActions"));
     actions->setMovable(false);
     actions->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    actions->addAction(tr("Add files…"), this, &DemoWindow::AddFiles);
-    actions->addAction(tr("Add folder…"), this, &DemoWindow::AddFolder);
-    actions->addAction(tr("Clear"), m_player, &CMediaPlayerCtrl::ClearPlayList);
-    QAction* editTags = actions->addAction(tr("Edit tags…"), this, &DemoWindow::EditTags);
+    // Every action has a key and a place in the menu bar: the tool bar folds actions away in a narrow
+    // window, and a keyboard user reaches them there too.
+    QMenu* playlistMenu = menuBar()->addMenu(tr("Play&list"));
+    const auto add = [&](QMenu* menu, const QString& text, const QKeySequence& keys, auto slot, auto* target) {
+        QAction* action = actions->addAction(text, target, slot);
+        action->setShortcut(keys);
+        menu->addAction(action);
+        return action;
+    };
+    add(playlistMenu, tr("Add files…"), QKeySequence(Qt::CTRL | Qt::Key_O), &DemoWindow::AddFiles, this);
+    add(playlistMenu, tr("Add folder…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O), &DemoWindow::AddFolder, this);
+    add(playlistMenu, tr("Clear"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backspace), &CMediaPlayerCtrl::ClearPlayList,
+        m_player);
+    QAction* editTags = add(playlistMenu, tr("Edit tags…"), QKeySequence(Qt::CTRL | Qt::Key_E), &DemoWindow::EditTags, this);
     editTags->setToolTip(tr("Edit the selected song's tags, lyrics and cover (also while it plays)"));
+    playlistMenu->addSeparator();
+    QAction* openList = playlistMenu->addAction(tr("Open playlist…"), this, [this] { OpenPlaylist(this, m_player, statusBar()); });
+    openList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+    QAction* saveList = playlistMenu->addAction(tr("Save playlist…"), this, [this] { SavePlaylist(this, m_player, statusBar()); });
+    saveList->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     actions->addSeparator();
-    QAction* visual = actions->addAction(tr("Visualization"), this, [this] { m_player->Refresh(1); });
+    m_playerMenu = menuBar()->addMenu(tr("Pla&yer"));
+    QAction* visual = add(m_playerMenu, tr("Visualization"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V),
+                          [this] { m_player->Refresh(1); }, this);
     visual->setToolTip(tr("Open or close the visualization window"));
-    m_openExternal = actions->addAction(tr("Open in external player"), this, &DemoWindow::OpenExternalPlayer);
-    m_closeExternal = actions->addAction(tr("Close external player"), this, &DemoWindow::CloseExternalPlayer);
+    m_openExternal = add(m_playerMenu, tr("Open in external player"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E),
+                         &DemoWindow::OpenExternalPlayer, this);
+    m_closeExternal = add(m_playerMenu, tr("Close external player"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_W),
+                          &DemoWindow::CloseExternalPlayer, this);
     m_closeExternal->setEnabled(false);
     actions->addSeparator();
     // The listener's ReplayGain and device are remembered; a sound server that restarts is waited for.
     m_player->SetRemembersPlaybackChoices(1);
     m_player->SetDeviceRecovery(10);
+    // What a listener hears first: gain by the song's own values, unless they chose otherwise.
+    RegistryValue storedGain;
+    if (!CRegistry().Read(m_player->GetRegSubKey(), "ReplayGainMode", storedGain)) {
+        ReplayGainOptions gain = m_player->GetReplayGain();
+        gain.eMode = ReplayGainMode::Track;
+        m_player->SetReplayGain(gain);
+    }
     // While no visualization shows, the sound comes back in bursts: a few wake-ups a second.
     m_player->SetHandBackInterval(200);
+    // Arrow keys on the sliders move 1 s and 5 %, PageUp and PageDown 10 s and 10 %.
+    m_player->SetListenerSliderSteps(1);
+    // What OK applies in "Visualization options" is kept for the next session.
+    m_player->SetSavesVisualOptions(1);
     auto* playback = new PlaybackMenu(m_player, this);
+    playback->setTitle(tr("Play&back"));
     QAction* playbackAction = playback->menuAction();
     actions->addAction(playbackAction);
+    menuBar()->addMenu(playback);
     if (auto* button = qobject_cast<QToolButton*>(actions->widgetForAction(playbackAction)))
         button->setPopupMode(QToolButton::InstantPopup);
     connect(playback, &PlaybackMenu::replayGainChanged, this, &DemoWindow::ShowReplayGain);
@@ -135,11 +177,8 @@ DemoWindow::DemoWindow()
     connect(m_player, &CMediaPlayerCtrl::deviceStopped, this,
             [this](const QString& text) { statusBar()->showMessage(text, 10000); });
 
-    QMenu* playlistMenu = menuBar()->addMenu(tr("Play&list"));
-    playlistMenu->addAction(tr("Open playlist…"), this, [this] { OpenPlaylist(this, m_player, statusBar()); });
-    playlistMenu->addAction(tr("Save playlist…"), this, [this] { SavePlaylist(this, m_player, statusBar()); });
-
     centralLayout->addWidget(BuildTransportBar());
+    SetUpKeyboard(actions);
     // Gapless playback is this host's default; a listener's own choice is kept by the control.
     RegistryValue stored;
     if (!CRegistry().Read(m_player->GetRegSubKey(), "Gapless", stored))
@@ -196,6 +235,56 @@ DemoWindow::DemoWindow()
 }
 
 DemoWindow::~DemoWindow() = default;
+
+void DemoWindow::SetUpKeyboard(QToolBar* actions)
+{
+    // The transport: the control's own tool bar actions, with keys the list leaves alone (it takes
+    // Return and Delete with any modifier, Ctrl+A/S/Z and plain letters).
+    CMediaPlayerToolbar* toolbar = m_player->GetToolbar();
+    struct Command { int id; const char* text; QKeySequence keys; };
+    const Command commands[] = {
+        {kCommandPlay, QT_TR_NOOP("Play"), QKeySequence(Qt::CTRL | Qt::Key_Space)},
+        {kCommandPause, QT_TR_NOOP("Pause"), QKeySequence(Qt::CTRL | Qt::Key_P)},
+        {kCommandStop, QT_TR_NOOP("Stop"), QKeySequence(Qt::CTRL | Qt::Key_Period)},
+        {kCommandPrevious, QT_TR_NOOP("Previous"), QKeySequence(Qt::CTRL | Qt::Key_Left)},
+        {kCommandNext, QT_TR_NOOP("Next"), QKeySequence(Qt::CTRL | Qt::Key_Right)},
+    };
+    QAction* visual = m_playerMenu->actions().value(0);
+    for (const Command& command : commands) {
+        QAction* action = toolbar->CommandAction(command.id);
+        action->setText(tr(command.text));
+        action->setShortcut(command.keys);
+        m_playerMenu->insertAction(visual, action);
+    }
+    m_playerMenu->insertSeparator(visual);
+    m_playerMenu->addSeparator();
+    // The tool bar's visualization button does what the "Visualization" action does, with its key.
+    toolbar->CommandAction(kCommandVisualization)->setToolTip(
+        tr("Visualization (%1)").arg(visual->shortcut().toString(QKeySequence::NativeText)));
+
+    // Repeat and shuffle: menu entries that move with their buttons.
+    for (auto [button, keys] : {std::pair{m_repeat, QKeySequence(Qt::CTRL | Qt::Key_R)},
+                                std::pair{m_shuffle, QKeySequence(Qt::CTRL | Qt::Key_U)}}) {
+        QAction* action = m_playerMenu->addAction(button->text());
+        action->setCheckable(true);
+        action->setShortcut(keys);
+        connect(action, &QAction::toggled, button, &QToolButton::setChecked);
+        connect(button, &QToolButton::toggled, action, &QAction::setChecked);
+        button->setToolTip(QStringLiteral("%1 (%2)").arg(button->text(), keys.toString(QKeySequence::NativeText)));
+    }
+
+    // Tool tips name the key; every tool bar button takes the focus with Tab.
+    for (QToolBar* bar : {actions, static_cast<QToolBar*>(toolbar)}) {
+        for (QAction* action : bar->actions()) {
+            if (!action->shortcut().isEmpty() && action != toolbar->CommandAction(kCommandVisualization)) {
+                const QString tip = action->toolTip().isEmpty() ? action->text() : action->toolTip();
+                action->setToolTip(QStringLiteral("%1 (%2)").arg(tip, action->shortcut().toString(QKeySequence::NativeText)));
+            }
+            if (QWidget* button = bar->widgetForAction(action))
+                button->setFocusPolicy(Qt::TabFocus);
+        }
+    }
+}
 
 QWidget* DemoWindow::BuildTransportBar()
 {

@@ -12,6 +12,8 @@ class CMediaPlayerCtrl;
 class NowPlayingPanel;
 class QAction;
 class QLabel;
+class QMenu;
+class QToolBar;
 class QToolButton;
 
 class DemoWindow : public QMainWindow
@@ -35,6 +37,9 @@ public:
     // A close the program asks for (--quit-after) closes even when the session cannot be saved.
     void CloseWithoutAsking();
     bool RestoreSession();
+    // The list holds songs named on the command line: a close saves repeat, shuffle, volume and
+    // geometry but keeps the remembered playlist and song for the next start without arguments.
+    void KeepSessionPlaylist() { m_bKeepSessionPlaylist = true; }
 
 protected:
     void customEvent(QEvent* e) override;
@@ -42,6 +47,8 @@ protected:
 
 private:
     QWidget* BuildTransportBar();
+    // Keys for every action, shown in the menus and tool tips; every button takes the focus.
+    void SetUpKeyboard(QToolBar* actions);
     void AddFiles();
     void AddFolder();
     void OnSongStarted();
@@ -62,9 +69,11 @@ private:
     QLabel* m_total = nullptr;
     QToolButton* m_repeat = nullptr;
     QToolButton* m_shuffle = nullptr;
+    QMenu* m_playerMenu = nullptr;
     QAction* m_openExternal = nullptr;
     QAction* m_closeExternal = nullptr;
     bool m_bTriedNull = false;
     bool m_bSaveFailureShown = false; // a close after it goes through unsaved
     bool m_bCloseWithoutAsking = false;
+    bool m_bKeepSessionPlaylist = false;
 };

@@ -3,6 +3,7 @@
 #include <QActionGroup>
 #include <QInputDialog>
 
+#include "audio/WaveOut.h"
 #include "player/CMediaPlayerCtrl.h"
 
 PlaybackMenu::PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent) : QMenu(tr("Playback"), parent), m_player(player)
@@ -72,11 +73,15 @@ void PlaybackMenu::Rebuild(bool bDevices)
         action->setCheckable(true);
         action->setChecked(name == current || (current.isEmpty() && name == QLatin1String("default")));
         devices->addAction(action);
-        connect(action, &QAction::triggered, this, [this, name] {
-            if (m_player->SetOutputDevice(name))
-                emit message(tr("Playing to %1").arg(name));
-            else
-                emit message(tr("Cannot open %1: %2").arg(name, m_player->m_strWork.section(QLatin1Char('\n'), -1)));
-        });
+        connect(action, &QAction::triggered, this, [this, name] { emit message(ChooseDevice(name)); });
     }
+}
+
+QString PlaybackMenu::ChooseDevice(const QString& name)
+{
+    if (GetWaveMapper().eBackend == WaveBackend::Null)
+        return tr("The sound goes to the null device (--device null): %1 is not used").arg(name);
+    if (m_player->SetOutputDevice(name))
+        return tr("Playing to %1").arg(name);
+    return tr("Cannot open %1: %2").arg(name, m_player->m_strWork.section(QLatin1Char('\n'), -1));
 }

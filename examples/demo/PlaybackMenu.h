@@ -13,6 +13,9 @@ class PlaybackMenu : public QMenu
 
 public:
     PlaybackMenu(CMediaPlayerCtrl* player, QWidget* parent);
+    // Sends the sound to the ALSA device `name` and says what happened. Through the null device
+    // (--device null) nothing goes to a device: the choice is refused, not stored.
+    QString ChooseDevice(const QString& name);
 
 signals:
     // A choice was applied (for the now-playing panel) or refused (for the status bar).

@@ -7,6 +7,7 @@
 
 #include "player/CMediaPlayerCtrl.h"
 #include "player/PlaylistFormats.h"
+#include "song/CId3Tag.h"
 
 namespace {
 
@@ -38,6 +39,23 @@ bool LoadPlaylist(const QString& playlistPath, CMediaPlayerCtrl* player, QWidget
     return true;
 }
 
+QList<PlaylistFileEntry> PlaylistEntriesOf(CMediaPlayerCtrl* player)
+{
+    QList<PlaylistFileEntry> entries;
+    const CStringArray& files = player->GetFiles();
+    for (int i = 0; i < files.GetSize() && i < player->count(); ++i) {
+        // The text the list shows, without its number.
+        const QString text = player->item(i)->text();
+        const int dot = text.indexOf(QStringLiteral(". "));
+        // The list keeps paths and texts only: the length comes from the song's record.
+        const QString length = CId3Tag().ReadTag(files.GetAt(i), QString()).m_strLength;
+        bool ok = false;
+        const int seconds = length.toInt(&ok);
+        entries.append({files.GetAt(i), dot < 0 ? text : text.mid(dot + 2), ok ? seconds : -1});
+    }
+    return entries;
+}
+
 void OpenPlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar)
 {
     const QString path = QFileDialog::getOpenFileName(parent, QObject::tr("Open playlist"), QString(), Filters());
@@ -53,17 +71,9 @@ void SavePlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar)
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     const QString path = dialog.selectedFiles().first();
-    QList<PlaylistFileEntry> entries;
-    const CStringArray& files = player->GetFiles();
-    for (int i = 0; i < files.GetSize() && i < player->count(); ++i) {
-        // The text the list shows, without its number.
-        const QString text = player->item(i)->text();
-        const int dot = text.indexOf(QStringLiteral(". "));
-        entries.append({files.GetAt(i), dot < 0 ? text : text.mid(dot + 2), -1});
-    }
     QString error;
     // Relative paths: the playlist keeps working when the music folder moves with it.
-    if (!WritePlaylist(path, entries, PlaylistPaths::Relative, &error))
+    if (!WritePlaylist(path, PlaylistEntriesOf(player), PlaylistPaths::Relative, &error))
         QMessageBox::warning(parent, QObject::tr("Save playlist"), error);
     else
         bar->showMessage(QObject::tr("Playlist saved: %1").arg(QFileInfo(path).fileName()), 4000);

@@ -4,10 +4,18 @@
 //
 // Threading: GUI thread.
 
+#include <QList>
+
+#include "player/PlaylistFormats.h"
+
 class CMediaPlayerCtrl;
 class QStatusBar;
 class QString;
 class QWidget;
+
+// The list as a playlist saves it: each song's path, the title the list shows (without its number)
+// and its length in whole seconds from the song's record (-1 when the file gives none).
+QList<PlaylistFileEntry> PlaylistEntriesOf(CMediaPlayerCtrl* player);
 
 void OpenPlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar);
 void SavePlaylist(QWidget* parent, CMediaPlayerCtrl* player, QStatusBar* bar);

@@ -116,6 +116,9 @@ int main(int argc, char** argv)
     // Without paths the last session comes back (paused where it was); the first time, the demo playlist plays.
     const bool restored = paths.isEmpty() && window.RestoreSession();
     if (!restored) {
+        // Songs named here are for this run: the remembered session stays for the next.
+        if (!paths.isEmpty())
+            window.KeepSessionPlaylist();
         if (paths.isEmpty())
             paths.append(ApplicationFolder() + QStringLiteral("demo"));
         window.AddPaths(paths);

@@ -144,8 +144,12 @@ void CSliderCtrlEx::paintEvent(QPaintEvent*)
     knob.setColorAt(0.0, face.lighter(125));
     knob.setColorAt(1.0, face.darker(m_bTracking || underMouse() ? 130 : 115));
     painter.setBrush(knob);
-    painter.setPen(QPen(hasFocus() ? pal.color(QPalette::Highlight) : pal.color(QPalette::Shadow).lighter(150), 1.0));
-    painter.drawEllipse(thumb);
+    // With the focus the thumb gets a ring in the highlight colour, thick enough to be seen.
+    if (hasFocus())
+        painter.setPen(QPen(pal.color(QPalette::Highlight), 2.0));
+    else
+        painter.setPen(QPen(pal.color(QPalette::Shadow).lighter(150), 1.0));
+    painter.drawEllipse(hasFocus() ? thumb.adjusted(0.5, 0.5, -0.5, -0.5) : thumb);
     if (thumb.width() >= 10 && enabled) {
         const double dot = thumb.width() * 0.18;
         painter.setPen(Qt::NoPen);

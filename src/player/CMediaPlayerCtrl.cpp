@@ -131,6 +131,7 @@ void CMediaPlayerCtrl::Init()
     m_VolumeBar->SetPos(0);
     m_VolumeBar->hide();
     m_Toolbar->ConnectSliders(m_Trackbar, m_VolumeBar);
+    ApplySliderSteps();
 
     WMInit();
 

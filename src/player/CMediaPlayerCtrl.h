@@ -192,6 +192,16 @@ public:
     // Burst hand-back while no visualization runs (see the top of this file); 0 (default) is off.
     void SetHandBackInterval(int nMilliseconds);
     int GetHandBackInterval() const { return m_nHandBackMs; }
+    // Slider steps a listener can see (0, the classic steps, by default: an arrow key or a wheel
+    // notch moves the position 0.1 s and the volume 1/65535, PageUp/PageDown a fifth of the range).
+    // 1: arrows and the wheel move the position 1 s and the volume 5 %, PageUp/PageDown 10 s and
+    // 10 %. Either way a step ends in TB_ENDTRACK, the seek a released drag makes.
+    void SetListenerSliderSteps(int bOn);
+    // Whether OK in the visualization's options dialog saves the settings for the next session (0,
+    // the classic behaviour, by default: they apply until the window closes).
+    void SetSavesVisualOptions(int bSaves);
+    BOOL IsSavingVisualOptions() const { return m_bSavesVisualOptions; }
+    BOOL HasListenerSliderSteps() const { return m_bListenerSliderSteps; }
     // 0..100 with 100 the loudest.
     long GetVolume();
     // 0..100 inverted on purpose: 0 is the loudest and 100 silence, as the volume slider counts.
@@ -388,6 +398,7 @@ private:
     void StartVisualThread(bool bSetTitle);
     void StopVisualThread();
     void ApplyHandBackInterval();
+    void ApplySliderSteps();
     void RemovePicture();
     // The folder the feed's pictures go to (private), empty when there is none.
     QString FeedFolder() const;
@@ -513,6 +524,8 @@ private:
     bool m_bRemembersPlayback = false;
     bool m_bGapless = false;
     bool m_bSelectionFollowsPlaying = true;
+    bool m_bListenerSliderSteps = false;
+    bool m_bSavesVisualOptions = false;
     // What the state signals last said.
     struct CAnnouncedState
     {

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "audio/CAudioPlayer.h"
+#include "audio/WaveOut.h"
 #include "platform/Folders.h"
 #include "player/CMediaPlayerCtrl.h"
 #include "player/MprisAdaptors.h"
@@ -144,7 +145,13 @@ void MprisService::SetShuffle(bool on)
 
 double MprisService::Volume() const
 {
-    return m_pPlayer ? static_cast<double>(m_pPlayer->GetVolume()) / 100.0 : 0.0;
+    if (!m_pPlayer)
+        return 0.0;
+    // The device level to the nearest hundredth: SetVolume(0.5) stores 32767 of 65535, which the
+    // control's GetVolume truncates to 49.
+    DWORD level = 0;
+    waveOutGetVolume(nullptr, &level);
+    return static_cast<double>(qRound((level & 0xFFFFu) * 100.0 / 65535.0)) / 100.0;
 }
 
 void MprisService::SetVolume(double volume)

@@ -141,9 +141,17 @@ void CMediaPlayerCtrl::StartVisualThread(bool bSetTitle)
     m_pVisualThread = thread;
     ApplyHandBackInterval();
     thread->SetPlayerCtrl(this);
+    thread->SetSavesOptions(m_bSavesVisualOptions);
     if (bSetTitle)
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
     thread->start();
+}
+
+void CMediaPlayerCtrl::SetSavesVisualOptions(int bSaves)
+{
+    m_bSavesVisualOptions = bSaves != 0;
+    if (CVisualThread* thread = m_pVisualThread)
+        thread->SetSavesOptions(m_bSavesVisualOptions);
 }
 
 void CMediaPlayerCtrl::StopVisualThread()

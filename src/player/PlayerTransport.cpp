@@ -321,6 +321,25 @@ const CNowPlayingSong& CMediaPlayerCtrl::GetNowPlaying() const
     return m_pNowPlaying->Current();
 }
 
+void CMediaPlayerCtrl::SetListenerSliderSteps(int bOn)
+{
+    m_bListenerSliderSteps = bOn != 0;
+    ApplySliderSteps();
+}
+
+void CMediaPlayerCtrl::ApplySliderSteps()
+{
+    // The position slider counts tenths of a second; the volume slider 0...65535.
+    if (m_Trackbar) {
+        m_Trackbar->SetLineSize(m_bListenerSliderSteps ? 10 : 1);
+        m_Trackbar->SetPageSize(m_bListenerSliderSteps ? 100 : 0);
+    }
+    if (m_VolumeBar) {
+        m_VolumeBar->SetLineSize(m_bListenerSliderSteps ? 3277 : 1);
+        m_VolumeBar->SetPageSize(m_bListenerSliderSteps ? 6554 : 0);
+    }
+}
+
 int CMediaPlayerCtrl::GetPlayingRow() const
 {
     return m_bStopped || !m_bPlaying ? -1 : m_pPlaylist->PlayingRow();

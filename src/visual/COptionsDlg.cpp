@@ -1,5 +1,7 @@
 #include "visual/COptionsDlg.h"
 
+#include <QAbstractItemView>
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -73,6 +75,9 @@ COptionsDlg::COptionsDlg(QWidget* parent) : QDialog(parent)
     m_pFace->setEditable(true);
     m_pFace->setInsertPolicy(QComboBox::NoInsert);
     m_pFace->lineEdit()->setMaxLength(255);
+    // As wide as the longest face: names such as "DejaVu Sans" and "TeX Gyre" stay whole.
+    m_pFace->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_pFace->view()->setTextElideMode(Qt::ElideNone);
     m_pSize = new QComboBox(this);
     m_pSize->setObjectName(IdName(IDC_FONT_SIZE));
     m_pSize->setEditable(true);
@@ -155,7 +160,15 @@ void COptionsDlg::OnInitDialog()
     m_bFilling = true;
     m_arrFaces = FontFaces();
     m_pFace->addItems(m_arrFaces);
-    const qsizetype face = IndexIgnoringCase(m_arrFaces, m_settings.m_strFontName);
+    qsizetype face = IndexIgnoringCase(m_arrFaces, m_settings.m_strFontName);
+    if (face < 0) {
+        // A face this system does not have (the default "Segoe UI" on Linux): the application's
+        // font, as installed, at its size; the lyrics would be drawn in it anyway.
+        const QFont fallback = QApplication::font();
+        face = IndexIgnoringCase(m_arrFaces, QFontInfo(fallback).family());
+        if (face >= 0 && fallback.pointSize() > 0)
+            m_settings.m_nFontSize = fallback.pointSize();
+    }
     if (face >= 0) {
         m_settings.m_strFontName = m_arrFaces[face].left(VISUAL_FONT_NAME_MAX);
         FillSizes(m_arrFaces[face]);
@@ -180,6 +193,9 @@ void COptionsDlg::OnInitDialog()
     m_pShowFPS->setChecked(m_settings.m_bShowFPS != 0);
     m_pSyncLyrics->setChecked(m_settings.m_bSyncLyrics != 0);
     m_bFilling = false;
+    // The faces arrived after the layout sized the dialog: room for the longest name.
+    m_pFace->updateGeometry();
+    adjustSize();
 }
 
 void COptionsDlg::FillSizes(const QString& face)

@@ -56,6 +56,11 @@ public:
     // The plug-in host's frame period in milliseconds (0 restores the frame rate's period).
     void SetFramePeriod(int nMilliseconds);
 
+    // Whether OK in "Visualization options" also saves the settings for the next session (false, the
+    // classic dialog's way, by default: they apply to this window only); any thread.
+    void SetSavesOptions(bool bSaves) { m_bSavesOptions = bSaves; }
+    bool SavesOptions() const { return m_bSavesOptions.load(); }
+
     // Asks the loop to end without waiting (the window's close button); any thread.
     void EndSoon() { m_bQuit = true; }
     CVisualWnd* GetMainWnd() const { return m_pVisualWnd.load(); }
@@ -88,6 +93,7 @@ private:
     std::atomic<int> m_nFPS{90};
     std::atomic<float> m_fFrameTime{1.0f / 90.0f};
     std::atomic<bool> m_bQuit{false};
+    std::atomic<bool> m_bSavesOptions{false};
     std::atomic<int> m_nVisualState{1};
 
     std::mutex m_feedLock;

@@ -234,9 +234,10 @@ void CVisualWnd::OnCommand(int nCommand)
         VisualSettings edited = m_settings;
         if (RunOptionsDialog(edited) && edited != m_settings) {
             m_settings = edited;
-            // Kept for the next session under the names and types they are read with.
+            // Kept for the next session, under the names and types they are read with, when the
+            // host asks for it.
             CTypedSettings store;
-            if (!SaveVisualSettings(store, m_strRegSubKey, m_settings))
+            if (m_pThread && m_pThread->SavesOptions() && !SaveVisualSettings(store, m_strRegSubKey, m_settings))
                 qWarning("visualization: the options could not be saved: %s", qPrintable(store.ErrorText()));
             Post([edited](CVisualScene& scene) { scene.ApplySettings(edited); });
             if (m_strTitle.isEmpty())

@@ -39,8 +39,18 @@ QImage DrawLyricsPage(const QFont& font, ARGBCOLOR clrFont, const QSize& textSiz
 }
 
 namespace {
-constexpr int kDimmedAlpha = 0x70;
+constexpr int kDimmedAlpha = 0x90;
 constexpr int kBandAlpha = 0x30;
+constexpr int kHaloAlpha = 0xA0;
+
+// Light text gets a dark rim and dark text a light one, so a line stays readable over any picture or
+// plug-in drawing behind the box, dimmed lines too.
+QColor HaloFor(const QColor& text, int alpha)
+{
+    QColor halo = text.lightness() >= 128 ? QColor(Qt::black) : QColor(Qt::white);
+    halo.setAlpha(alpha);
+    return halo;
+}
 } // namespace
 
 SyncedLyricsLayout LayoutSyncedLyrics(const QFont& font, int nBoxWidth, const QStringList& lines)
@@ -86,8 +96,13 @@ QImage DrawSyncedLyricsPage(const QFont& font, ARGBCOLOR clrFont, const SyncedLy
         const QRect rect(0, top, width, layout.heights[i]);
         if (i == nCurrent)
             painter.fillRect(rect, band);
-        painter.setPen(i == nCurrent ? full : dimmed);
-        painter.drawText(rect, Qt::TextWordWrap | Qt::AlignHCenter | Qt::AlignVCenter, lines[i]);
+        const QColor& text = i == nCurrent ? full : dimmed;
+        constexpr int flags = Qt::TextWordWrap | Qt::AlignHCenter | Qt::AlignVCenter;
+        painter.setPen(HaloFor(text, text.alpha() * kHaloAlpha / 255));
+        for (const QPoint offset : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
+            painter.drawText(rect.translated(offset), flags, lines[i]);
+        painter.setPen(text);
+        painter.drawText(rect, flags, lines[i]);
     }
     return image;
 }

@@ -13,9 +13,10 @@
 #include <QVector>
 
 #include "visual/VisualSettings.h"
+#include "tunivox_export.h"
 
 // The settings' face at its point size, taken at 96 pixels per inch whatever the screen says.
-QFont LyricsFont(const VisualSettings& settings);
+TUNIVOX_EXPORT QFont LyricsFont(const VisualSettings& settings);
 QSize MeasureLyrics(const QFont& font, int nBoxWidth, const QString& text);
 // A texture image of the text's width and twice the box height holding the text moved up by
 // box height × page, drawn twice over (as the renderer always has) on the font colour at alpha 0.
@@ -30,8 +31,9 @@ struct SyncedLyricsLayout
     QVector<int> heights;
     QSize size;           // the box's width by the whole text's height
 };
-SyncedLyricsLayout LayoutSyncedLyrics(const QFont& font, int nBoxWidth, const QStringList& lines);
+TUNIVOX_EXPORT SyncedLyricsLayout LayoutSyncedLyrics(const QFont& font, int nBoxWidth, const QStringList& lines);
 // One page of the texture, as DrawLyricsPage, with line `nCurrent` in the full font colour over a
-// faint band and the other lines dimmed (-1: all dimmed).
-QImage DrawSyncedLyricsPage(const QFont& font, ARGBCOLOR clrFont, const SyncedLyricsLayout& layout, int nBoxHeight,
+// faint band and the other lines dimmed (-1: all dimmed). Every line has a thin rim of the opposite
+// lightness, so it reads over any picture behind the box.
+TUNIVOX_EXPORT QImage DrawSyncedLyricsPage(const QFont& font, ARGBCOLOR clrFont, const SyncedLyricsLayout& layout, int nBoxHeight,
                             int nPage, const QStringList& lines, int nCurrent);

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # check-demo-session.sh DEMO_PROGRAM SONG_A SONG_B
 # The demo host comes back to a saved session (playlist, song paused at its position, repeat, shuffle,
-# volume) and saves the same session again when it closes, where only its user can read it. A session
-# it cannot save is reported, and the one saved before stays.
+# volume) and saves the same session again when it closes, where only its user can read it. Songs named
+# on the command line leave it alone. A session it cannot save is reported, and the one saved before
+# stays.
 set -euo pipefail
 demo=$1
 a=$2
@@ -33,6 +34,15 @@ for f in "$ini" "$config/tunivox/demo-session.m3u8"; do
   [ "$(stat -c %a "$f")" = 600 ] || fail "$f is readable by others"
 done
 
+# Songs named on the command line (one that is missing, one that plays) are for that run only: the
+# remembered playlist and song stay for the next start without arguments.
+cp "$config/tunivox/demo-session.m3u8" "$config/before.m3u8"
+for named in "$config/missing.mp3" "$a"; do
+  XDG_CONFIG_HOME="$config" XDG_RUNTIME_DIR="$config" "$demo" --device null --quit-after 2 "$named" 2>/dev/null
+  cmp -s "$config/tunivox/demo-session.m3u8" "$config/before.m3u8" || fail "$named replaced the remembered playlist"
+  grep -qx "song=$b" "$ini" || fail "$named replaced the remembered song"
+done
+
 # The playlist cannot be written (a folder stands where it goes): said on stderr, the old ini kept.
 cp "$ini" "$config/before.ini"
 rm "$config/tunivox/demo-session.m3u8"
@@ -40,4 +50,4 @@ mkdir "$config/tunivox/demo-session.m3u8"
 err=$(XDG_CONFIG_HOME="$config" XDG_RUNTIME_DIR="$config" "$demo" --device null --quit-after 2 2>&1 >/dev/null)
 grep -q "The session could not be saved: demo-session.m3u8: " <<<"$err" || fail "no word of the failed save: $err"
 cmp -s "$ini" "$config/before.ini" || fail "a half-saved session replaced the one before"
-echo "session restored, saved again privately, and a failed save reported"
+echo "session restored, saved again privately, kept through named songs, and a failed save reported"

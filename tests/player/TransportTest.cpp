@@ -552,9 +552,10 @@ TEST(Transport, PauseTogglesItsButtonAndStopIsIdempotent)
     EXPECT_EQ(f.ctrl->Stop(), 1) << "a second Stop does nothing and succeeds";
 }
 
-// The position slider follows the song and seeks when a drag ends; the volume slider and SetVolume
-// run on inverted scales.
-TEST(Transport, TheSlidersSeekAndSetTheVolume)
+// The position slider follows the song and seeks when a drag or a key step ends; keys step by the
+// classic sizes unless the listener's steps are on; the volume slider and SetVolume run on inverted
+// scales.
+TEST(Transport, TheSlidersSeekStepAndSetTheVolume)
 {
     PlayerFixture f(1.0);
     f.Add({kLong});
@@ -585,4 +586,26 @@ TEST(Transport, TheSlidersSeekAndSetTheVolume)
     f.ctrl->ProcessVolumeBar(TB_ENDTRACK, 0);
     EXPECT_EQ(f.ctrl->m_nVolumeLevel, 32768);
     EXPECT_EQ(f.ctrl->GetVolume(), 50);
+
+    CSliderCtrlEx* position = f.ctrl->GetTrackbar(); // 12 s: 120 tenths
+    CSliderCtrlEx* volume = f.ctrl->GetVolumeBar();  // inverted: Right is louder, less attenuation
+    struct Case { int bListener; CSliderCtrlEx* slider; Qt::Key key; int from, to; };
+    const Case cases[] = {
+        {0, position, Qt::Key_Right, 40, 41},        {1, position, Qt::Key_Right, 40, 50},
+        {0, position, Qt::Key_PageUp, 110, 86},      {1, position, Qt::Key_PageUp, 110, 10},
+        {0, volume, Qt::Key_Right, 30000, 29999},    {1, volume, Qt::Key_Right, 30000, 26723},
+        {0, volume, Qt::Key_PageDown, 30000, 43107}, {1, volume, Qt::Key_PageDown, 30000, 36554},
+    };
+    for (const Case& c : cases) {
+        f.ctrl->SetListenerSliderSteps(c.bListener);
+        c.slider->SetPos(c.from);
+        QTest::keyClick(c.slider, c.key);
+        EXPECT_EQ(c.slider->GetPos(), c.to) << c.bListener << " " << c.slider->objectName().toStdString() << " " << c.key;
+    }
+    EXPECT_EQ(f.ctrl->m_nVolumeLevel, 65535 - 36554) << "the volume follows a key step";
+    position->SetPos(0);
+    QTest::keyClick(position, Qt::Key_PageDown);
+    EXPECT_TRUE(WaitUntil([&] { return f.ctrl->GetAudioPlayer()->GetCurrentTime() >= 100000000ull; }, 2000))
+        << "PageDown seeks 10 s on";
 }
+

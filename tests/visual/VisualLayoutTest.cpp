@@ -1,7 +1,11 @@
-// The scene's geometry, the lyrics scrolling, the frame timer, frame-rate limits and tool tips.
+// The scene's geometry, the lyrics scrolling and drawing, the frame timer, frame-rate limits and tool
+// tips.
+#include <QPainter>
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "visual/CVisualThread.h"
+#include "visual/LyricsText.h"
 #include "visual/CVisualToolbar.h"
 #include "visual/VisualLayout.h"
 
@@ -82,6 +86,46 @@ TEST(LyricsScroll, PagesOfTheTwoBoxTexture)
                           Case{900, 3, 0}}) {
         EXPECT_EQ(LyricsPage(c.offset, 300), c.page) << c.offset;
         EXPECT_NEAR(LyricsTexOffset(c.offset, 300, c.page), c.tex, 1e-6) << c.offset;
+    }
+}
+
+namespace {
+
+double Luminance(QRgb c)
+{
+    const auto channel = [](int v) {
+        const double x = v / 255.0;
+        return x <= 0.03928 ? x / 12.92 : std::pow((x + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * channel(qRed(c)) + 0.7152 * channel(qGreen(c)) + 0.0722 * channel(qBlue(c));
+}
+
+} // namespace
+
+// Over a picture of the text's own colour (the worst a plug-in can draw behind the box) every line,
+// the sung one and the dimmed ones, still has a rim that stands out.
+TEST(SyncedLyricsPage, EveryLineStandsOutOverABackgroundOfItsOwnColour)
+{
+    VisualSettings settings;
+    settings.m_nFontSize = 20;
+    const QFont font = LyricsFont(settings);
+    const QStringList lines = {QStringLiteral("Dimmed above"), QStringLiteral("The line sung now"), QStringLiteral("Dimmed below")};
+    const SyncedLyricsLayout layout = LayoutSyncedLyrics(font, 300, lines);
+    for (const ARGBCOLOR colour : {0xFFFFFFFFu, 0xFF60FFFFu, 0xFF000000u, 0xFF808080u}) {
+        const QImage page = DrawSyncedLyricsPage(font, colour, layout, layout.size.height(), 0, lines, 1);
+        QImage shown(page.size(), QImage::Format_ARGB32_Premultiplied);
+        shown.fill(QColor::fromRgba(colour));
+        QPainter(&shown).drawImage(0, 0, page);
+        const double background = Luminance(colour);
+        for (int i = 0; i < lines.size(); ++i) {
+            double best = 1.0;
+            for (int y = layout.tops[i]; y < layout.tops[i] + layout.heights[i]; ++y)
+                for (int x = 0; x < shown.width(); ++x) {
+                    const double l = Luminance(shown.pixel(x, y));
+                    best = std::max(best, (std::max(l, background) + 0.05) / (std::min(l, background) + 0.05));
+                }
+            EXPECT_GE(best, 3.0) << std::hex << colour << std::dec << " line " << i;
+        }
     }
 }
 

@@ -1,4 +1,5 @@
 // Loading the visualization settings and placement, and the options dialog's conversions.
+#include <QApplication>
 #include <QComboBox>
 #include <QFontDatabase>
 #include <QLabel>
@@ -161,25 +162,45 @@ TEST(OptionsDialog, PickedColourMakesBothColoursOpaque)
     EXPECT_EQ(dlg.m_settings.m_clrLyricsBox, 0xFF445566u);
 }
 
-TEST(OptionsDialog, FontSizesFollowTheFace)
+// The face is shown as the list spells it, or as the application's font when it is not installed; the
+// size is the nearest the face offers not above the stored one (the first when all are above), or the
+// application font's. The box is as wide as the longest face, so no name is cut in it or its list.
+TEST(OptionsDialog, FaceAndSizeFollowWhatIsInstalled)
 {
     const QString face = ScalableFace();
     if (face.isEmpty())
         GTEST_SKIP() << "no scalable font installed";
+    const QString fallback = QFontInfo(QApplication::font()).family();
+    struct Case { QString stored; int size; QString shown; int shownSize; };
+    const Case cases[] = {
+        {face.toUpper(), 7, face.left(VISUAL_FONT_NAME_MAX), 8},
+        {face, 30, face.left(VISUAL_FONT_NAME_MAX), 28},
+        {QStringLiteral("No Such Face Anywhere"), 14, fallback, QApplication::font().pointSize()},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.stored.toStdString());
+        COptionsDlg dlg;
+        dlg.m_settings.m_strFontName = c.stored;
+        dlg.m_settings.m_nFontSize = c.size;
+        dlg.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&dlg));
+        auto* faceBox = Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_FACE);
+        EXPECT_EQ(faceBox->currentText(), c.shown);
+        EXPECT_EQ(dlg.m_settings.m_strFontName, c.shown);
+        EXPECT_EQ(Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE)->currentText(), QString::number(c.shownSize));
+        EXPECT_EQ(dlg.m_settings.m_nFontSize, c.shownSize);
+        int widest = 0;
+        for (int i = 0; i < faceBox->count(); ++i)
+            widest = std::max(widest, faceBox->fontMetrics().horizontalAdvance(faceBox->itemText(i)));
+        EXPECT_GE(faceBox->width(), widest);
+        if (&c == &cases[2])
+            dlg.grab().save(QStringLiteral("%1/options-dialog.png").arg(TUNIVOX_BINARY_DIR));
+    }
+
     COptionsDlg dlg;
-    dlg.m_settings.m_strFontName = face.toUpper();
-    dlg.m_settings.m_nFontSize = 7;
-    dlg.m_settings.m_bShowFPS = 0;
+    dlg.m_settings.m_strFontName = face;
     dlg.show();
-    EXPECT_EQ(dlg.m_settings.m_strFontName, face.left(VISUAL_FONT_NAME_MAX)) << "the list's spelling";
     EXPECT_EQ(dlg.FontSizes(), VisualOptions::StandardFontSizes());
-    EXPECT_EQ(dlg.m_settings.m_nFontSize, 8) << "7 is below every size: the first is taken";
-    EXPECT_EQ(Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE)->currentText(), QStringLiteral("8"));
-
-    dlg.m_settings.m_nFontSize = 30;
-    dlg.FillSizes(face);
-    EXPECT_EQ(dlg.m_settings.m_nFontSize, 28) << "the last size not above";
-
     auto* sizeCombo = Child<QComboBox>(dlg, COptionsDlg::IDC_FONT_SIZE);
     sizeCombo->lineEdit()->clear();
     QTest::keyClicks(sizeCombo->lineEdit(), QStringLiteral("13pt"));

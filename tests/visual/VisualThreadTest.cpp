@@ -244,36 +244,44 @@ TEST_F(VisualThreadTest, ResizeRebuildsOnlyWhenTheSizeChanged)
     EXPECT_EQ(thread->SceneState().nRebuilds, before + 1);
 }
 
-TEST_F(VisualThreadTest, OptionsDialogOpensFromKeyAndMenuAndOkAppliesAndKeeps)
+TEST_F(VisualThreadTest, OptionsDialogOpensFromKeyAndMenuAndOkAppliesAndKeepsWhenAsked)
 {
     StartShown();
     CVisualWnd* wnd = thread->GetMainWnd();
     const VisualSettings original = wnd->Settings();
-    const auto answer = [](bool accept) {
-        QTimer::singleShot(300, [accept] {
+    const auto answer = [](bool accept, int speed) {
+        QTimer::singleShot(300, [accept, speed] {
             auto* dlg = qobject_cast<COptionsDlg*>(QApplication::activeModalWidget());
             ASSERT_NE(dlg, nullptr);
             EXPECT_EQ(dlg->windowTitle(), QStringLiteral("Visualization options"));
-            qobject_cast<QSlider*>(dlg->Control(COptionsDlg::IDC_SPEED))->setValue(4);
+            qobject_cast<QSlider*>(dlg->Control(COptionsDlg::IDC_SPEED))->setValue(speed);
             accept ? dlg->accept() : dlg->reject();
         });
     };
     // Ctrl+O on the picture opens it; Cancel keeps everything.
-    answer(false);
+    answer(false, 4);
     QTest::keyClick(wnd->Surface(), Qt::Key_O, Qt::ControlModifier);
     EXPECT_EQ(wnd->Settings(), original);
     EXPECT_EQ(wnd->Settings().m_nLyricsSpeed, 10);
 
-    // The plug-in button's drop-down opens it too; OK applies and keeps the choice for next time.
+    // The plug-in button's drop-down opens it too. OK applies; the choice is kept for the next session
+    // only when the host asks for that.
     auto* fromMenu = wnd->findChild<QAction*>(QStringLiteral("command%1").arg(ID_VISUAL_OPTIONS));
     ASSERT_NE(fromMenu, nullptr);
-    answer(true);
-    fromMenu->trigger();
-    EXPECT_EQ(wnd->Settings().m_nLyricsSpeed, 20);
-    VisualSettings saved;
-    LoadVisualSettings(CTypedSettings(), kKey, saved);
-    EXPECT_EQ(saved, wnd->Settings());
-    EXPECT_TRUE(WaitState([](const VisualSceneState& s) {
-        return s.settings.m_nLyricsSpeed == 20 && std::abs(s.scroll.nScrollSpeed) == 20;
-    }));
+    VisualSettings stored;
+    LoadVisualSettings(CTypedSettings(), kKey, stored);
+    struct Case { bool bSaves; int speed; };
+    for (const Case c : {Case{false, 4}, Case{true, 6}}) {
+        thread->SetSavesOptions(c.bSaves);
+        answer(true, c.speed);
+        fromMenu->trigger();
+        EXPECT_NE(wnd->Settings(), original);
+        const int speed = wnd->Settings().m_nLyricsSpeed;
+        EXPECT_TRUE(WaitState([speed](const VisualSceneState& s) {
+            return s.settings.m_nLyricsSpeed == speed && std::abs(s.scroll.nScrollSpeed) == speed;
+        })) << c.bSaves;
+        VisualSettings saved;
+        LoadVisualSettings(CTypedSettings(), kKey, saved);
+        EXPECT_EQ(saved, c.bSaves ? wnd->Settings() : stored) << c.bSaves;
+    }
 }
