@@ -349,8 +349,8 @@ signals:
     // Paused, resumed, stopped, the song ended or failed, or repeat, shuffle or the volume changed:
     // for readers that mirror the transport (the desktop's media controls) without polling.
     void transportChanged();
-    // The playing song's record was read: after each song start (a moment later, off the window's
-    // thread, unless the visualization is open, which takes it at once) and after its tags changed.
+    // The playing song's record was read: a moment after each song start (off the window's thread;
+    // the visualization gets the song's lyrics and cover then) and at once after its tags changed.
     // Readers that show the song take it from here instead of reading the file again.
     void nowPlayingRead(const CNowPlayingSong& song);
     // The position was moved (the slider or StartPlayingFromPos), in engine units.
@@ -513,6 +513,7 @@ private:
     QStringList m_stalePictures;   // earlier songs' pictures, removed once the new song plays
     std::unique_ptr<CPlaylistModel> m_pPlaylist; // the entries; sole writer of the two arrays
     CNowPlaying* m_pNowPlaying = nullptr;        // a child: the playing song's record
+    bool m_bRereadingTags = false;               // the record is read again for a retag, at once
     QString m_strAppFolder;
     QString m_strTempFolder;
     QFileSystemWatcher* m_pWatcher = nullptr; // a child; null while watching is off

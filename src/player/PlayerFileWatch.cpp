@@ -91,7 +91,10 @@ int CMediaPlayerCtrl::RetitleEntry(const QString& path)
         entry->setText((dot >= 0 ? old.left(dot + 2) : QString::asprintf("%d. ", index + 1)) + text);
     }
     if (m_bPlaying && index == m_nCurrentIndex) {
-        m_pNowPlaying->ReadNow(path); // every reader of the song follows the new tags
+        // Every reader of the song follows the new tags at once, as the host's save asked.
+        m_bRereadingTags = true;
+        m_pNowPlaying->ReadNow(path);
+        m_bRereadingTags = false;
         if (!m_pVisualThread)
             ApplySongToFeed(m_pNowPlaying->Current()); // the feed too, closed or not
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());

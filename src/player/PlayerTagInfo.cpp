@@ -2,6 +2,7 @@
 // to the control's private temporary folder as "_tmpPlayerPic_<n>.jpg"; the previous song's picture is
 // removed when the song changes, and the last one when the control goes away.
 #include <QFile>
+#include <chrono>
 #include <ctime>
 
 #include "platform/Folders.h"
@@ -10,6 +11,7 @@
 #include "song/CId3Tag.h"
 #include "session/NowPlaying.h"
 #include "song/SyncedLyrics.h"
+#include "visual/CVisualThread.h"
 
 QString CMediaPlayerCtrl::FeedFolder() const
 {
@@ -59,10 +61,17 @@ void CMediaPlayerCtrl::ApplySongToFeed(const CNowPlayingSong& record)
 
 void CMediaPlayerCtrl::OnNowPlayingRead(const CNowPlayingSong& record)
 {
-    if (m_pVisualThread)
-        ApplySongToFeed(record);
-    else
+    if (!m_pVisualThread) {
         m_song = record.song;
+    } else {
+        ApplySongToFeed(record);
+        // The thread reloads lyrics and art itself under the change mutex (RefreshVisual needs it
+        // held); a retag refreshes once its title is set too.
+        if (!m_bRereadingTags && m_hChangeMutex.try_lock_for(std::chrono::milliseconds(100)))
+            m_pVisualThread->RefreshVisual();
+        if (!m_bRereadingTags)
+            RemoveStalePictures();
+    }
     emit nowPlayingRead(record);
 }
 

@@ -94,17 +94,12 @@ void CMediaPlayerCtrl::ShowStartedSong(const QString& path)
     emit songStarted();
     emit songStartedAt(path, m_pPlaylist->PlayingRow());
 
-    // One read of the song for everyone who shows it; off this thread unless the visualization
-    // needs its lyrics and cover before its next frame.
+    // One read of the song for everyone who shows it, off this thread: its lyrics may be long. The
+    // visualization shows the title now and the lyrics and cover once they are read.
     m_pNowPlaying->SetScratchFolder(FeedFolder());
-    if (!m_pVisualThread) {
-        m_pNowPlaying->ReadLater(path);
-    } else {
-        m_pNowPlaying->ReadNow(path); // the feed takes it before the next frame
+    m_pNowPlaying->ReadLater(path);
+    if (m_pVisualThread) {
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
-        // The thread reloads lyrics and art itself under the change mutex (RefreshVisual needs it held).
-        if (m_hChangeMutex.try_lock_for(std::chrono::milliseconds(100)))
-            m_pVisualThread->RefreshVisual();
         m_pVisualThread->SetVisualState(m_nVisualSaved);
     }
     RemoveStalePictures();

@@ -5,9 +5,8 @@
 //
 // Threading: CNowPlaying lives on the GUI thread. ReadLater reads on a worker thread of the global
 // pool and hands the record back through a queued signal; a record for a song that is no longer the
-// one asked for is dropped. ReadNow reads on the calling thread (the visualization needs the song's
-// lyrics and cover before it draws the next frame). ReadNowPlayingSong is a pure function of the
-// file, callable on any thread.
+// one asked for is dropped. ReadNow reads on the calling thread (a retag the host asked to be
+// followed at once). ReadNowPlayingSong is a pure function of the file, callable on any thread.
 
 #include <QByteArray>
 #include <QFutureWatcher>

@@ -311,6 +311,27 @@ TEST(Transport, StateSignalsFireOncePerChange)
     }
 }
 
+// A song start reads the song's record once, after PlayStart returned (on a worker thread), and hands
+// it to every reader; a song that starts before the record of the one before arrived drops it.
+TEST(Transport, TheSongRecordArrivesAfterTheStartOncePerSong)
+{
+    PlayerFixture f;
+    f.Add(kSongs);
+    QStringList read;
+    QObject::connect(f.ctrl, &CMediaPlayerCtrl::nowPlayingRead,
+                     [&](const CNowPlayingSong& song) { read << QFileInfo(song.strPath).fileName(); });
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[2])), 1);
+    EXPECT_TRUE(read.isEmpty()) << "not read within PlayStart";
+    ASSERT_TRUE(WaitUntil([&] { return !read.isEmpty(); }));
+    EXPECT_EQ(f.ctrl->GetNowPlaying().strPath, FixturePath(kSongs[2]));
+
+    read.clear();
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[0])), 1);
+    ASSERT_EQ(f.ctrl->PlayStart(FixturePath(kSongs[1])), 1);
+    QTest::qWait(300);
+    EXPECT_EQ(read, QStringList{kSongs[1]}) << "the record of a song no longer playing is dropped";
+}
+
 // List edits, then each transport call, from every playing entry of six (paths that do not open, so
 // the index shows what a call would play): the index keeps naming the playing song or, once that
 // song is removed, the entry before its place, so that Next goes on with its follower.
