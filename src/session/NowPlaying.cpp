@@ -2,7 +2,9 @@
 
 #include <QAtomicInteger>
 #include <QFile>
-#include <QtConcurrent/QtConcurrentRun>
+#include <QSocketNotifier>
+#include <chrono>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include "song/CId3Tag.h"
@@ -39,36 +41,93 @@ CNowPlayingSong ReadNowPlayingSong(const QString& path, const QString& scratchFo
 CNowPlaying::CNowPlaying(QObject* parent) : QObject(parent)
 {
     qRegisterMetaType<CNowPlayingSong>();
+    m_fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (m_fd >= 0) {
+        m_pNotifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
+        connect(m_pNotifier, &QSocketNotifier::activated, this, &CNowPlaying::TakeFinished);
+    }
 }
 
-CNowPlaying::~CNowPlaying() = default;
+CNowPlaying::~CNowPlaying()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_bQuit = true;
+    }
+    m_wake.notify_one();
+    if (m_reader.joinable())
+        m_reader.join();
+    if (m_fd >= 0)
+        close(m_fd);
+}
 
 void CNowPlaying::ReadNow(const QString& path)
 {
-    delete std::exchange(m_pWatcher, nullptr);
+    ++m_nTicket;
     m_strAsked = path;
     Deliver(ReadNowPlayingSong(path, m_strScratchFolder));
 }
 
 void CNowPlaying::ReadLater(const QString& path)
 {
-    delete std::exchange(m_pWatcher, nullptr);
     m_strAsked = path;
-    auto* watcher = new QFutureWatcher<CNowPlayingSong>(this);
-    m_pWatcher = watcher;
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
-        if (watcher != m_pWatcher)
+    if (m_fd < 0) { // no way to be woken: read here rather than not at all
+        ReadNow(path);
+        return;
+    }
+    {
+        const std::lock_guard lock(m_mutex);
+        m_job = CJob{++m_nTicket, path, m_strScratchFolder};
+        m_bHasJob = true;
+    }
+    if (!m_reader.joinable())
+        m_reader = std::thread([this] { ReaderLoop(); });
+    m_wake.notify_one();
+}
+
+void CNowPlaying::ReaderLoop()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        // Woken by a job or the destructor; the bound only keeps the wait from being endless.
+        m_wake.wait_for(lock, std::chrono::seconds(1), [this] { return m_bHasJob || m_bQuit; });
+        if (m_bQuit)
             return;
-        m_pWatcher = nullptr;
-        watcher->deleteLater();
-        Deliver(watcher->result());
-    });
-    watcher->setFuture(QtConcurrent::run(ReadNowPlayingSong, path, m_strScratchFolder));
+        if (!m_bHasJob)
+            continue;
+        const CJob job = std::exchange(m_job, CJob());
+        m_bHasJob = false;
+        lock.unlock();
+        CNowPlayingSong song = ReadNowPlayingSong(job.strPath, job.strScratch);
+        lock.lock();
+        m_finished = std::move(song);
+        m_nFinishedTicket = job.nTicket;
+        m_bHasFinished = true;
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(m_fd, &one, sizeof one);
+    }
+}
+
+void CNowPlaying::TakeFinished()
+{
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t read = ::read(m_fd, &count, sizeof count);
+    CNowPlayingSong song;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_bHasFinished || m_nFinishedTicket != m_nTicket) {
+            m_bHasFinished = false;
+            return; // a song asked for before the last one: dropped
+        }
+        song = std::move(m_finished);
+        m_bHasFinished = false;
+    }
+    Deliver(song);
 }
 
 void CNowPlaying::Clear()
 {
-    delete std::exchange(m_pWatcher, nullptr);
+    ++m_nTicket;
     m_strAsked.clear();
     m_current = CNowPlayingSong();
 }

@@ -3,16 +3,22 @@
 // time-stamped lyrics, from one read-only open of the file. The control, the desktop's media
 // controls and the host all take it from here instead of reading the song again each.
 //
-// Threading: CNowPlaying lives on the GUI thread. ReadLater reads on a worker thread of the global
-// pool and hands the record back through a queued signal; a record for a song that is no longer the
-// one asked for is dropped. ReadNow reads on the calling thread (a retag the host asked to be
-// followed at once). ReadNowPlayingSong is a pure function of the file, callable on any thread.
+// Threading: CNowPlaying lives on the GUI thread; every call and its signal are there. ReadLater
+// hands the path to the object's own reader thread (started on first use, joined by the destructor,
+// which waits for at most one read); the reader leaves the record in the finished slot and writes an
+// eventfd, whose QSocketNotifier wakes the GUI thread to take it. m_mutex guards the job, the
+// finished slot and the quit flag; it is the only lock and never held during a read or a signal. A
+// record for a song that is no longer the one asked for is dropped. ReadNow reads on the calling
+// thread (a retag the host asked to be followed at once). ReadNowPlayingSong is a pure function of
+// the file, callable on any thread.
 
 #include <QByteArray>
-#include <QFutureWatcher>
 #include <QMetaType>
 #include <QObject>
 #include <QString>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 #include "song/CMp3Song.h"
 #include "song/SyncedLyrics.h"
@@ -53,9 +59,29 @@ signals:
 
 private:
     void Deliver(const CNowPlayingSong& song);
+    void ReaderLoop();
+    void TakeFinished();
 
     QString m_strScratchFolder;
     QString m_strAsked;
     CNowPlayingSong m_current;
-    QFutureWatcher<CNowPlayingSong>* m_pWatcher = nullptr; // the read under way, if any
+    quint64 m_nTicket = 0; // the read asked for last; GUI thread only
+
+    struct CJob
+    {
+        quint64 nTicket = 0;
+        QString strPath;
+        QString strScratch;
+    };
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    CJob m_job;               // guarded by m_mutex
+    bool m_bHasJob = false;   // guarded by m_mutex
+    bool m_bQuit = false;     // guarded by m_mutex
+    quint64 m_nFinishedTicket = 0; // guarded by m_mutex
+    CNowPlayingSong m_finished;    // guarded by m_mutex
+    bool m_bHasFinished = false;   // guarded by m_mutex
+    std::thread m_reader;
+    int m_fd = -1;
+    class QSocketNotifier* m_pNotifier = nullptr; // a child
 };
