@@ -597,7 +597,9 @@ private:
             }
             if (handBack) {
                 lock.unlock();
-                for (const WAVEHDR* h = heard; h; h = h->lpNext)
+                // A device that failed in this round is closed already (recovery reopens it):
+                // nothing more was heard through it.
+                for (const WAVEHDR* h = heard; h && m_pDriver; h = h->lpNext)
                     m_pDriver->Heard(*h, GetVolume());
                 HandBackChain(handBack);
                 lock.lock();

@@ -122,10 +122,14 @@ TEST(EngineDevice, OpenFailureReportsTheDeviceCode)
 
 TEST(EngineDevice, DeviceDyingMidSongEndsTheThread)
 {
+    // With recovery on, the device dies again each time it is reopened, until recovery gives up.
+    for (const unsigned recoveryMs : {0u, 300u})
     for (long blocks : {0L, 10L, 100L, 200L}) {
+        SCOPED_TRACE(testing::Message() << "recovery " << recoveryMs << " ms");
         ScopedNullDevice device(20.0, blocks);
         CAudioPlayer player;
         InitAndOpen(player, FixturePath("long-44k-stereo.mp3"));
+        player.SetDeviceRecovery(recoveryMs);
         ASSERT_EQ(player.Play(0), S_OK);
         EXPECT_TRUE(WaitUntil([&] { return !player.m_bPlaying; }, 3000)) << blocks;
         EXPECT_EQ(player.m_hrThread, E_FAIL) << blocks;
