@@ -77,7 +77,15 @@ int CMediaPlayerCtrl::RetitleEntry(const QString& path)
     if (index < 0 || !QFileInfo(path).isReadable())
         return 0;
     const CPlaylistEntry* added = m_pPlaylist->EntryWithPath(path);
-    CMp3Song song = CId3Tag().ReadTag(path, QString());
+    const bool playing = m_bPlaying && index == m_nCurrentIndex;
+    if (playing) {
+        // Every reader of the song follows the new tags at once, as the host's save asked; the
+        // entry's title comes from the same read.
+        m_bRereadingTags = true;
+        m_pNowPlaying->ReadNow(path);
+        m_bRereadingTags = false;
+    }
+    CMp3Song song = playing ? m_pNowPlaying->Current().song : CId3Tag().ReadTag(path, QString());
     song.m_strFilePath = path;
     song.m_strAux2 = added ? added->strAux2 : QFileInfo(path).fileName();
     QString title;
@@ -90,11 +98,7 @@ int CMediaPlayerCtrl::RetitleEntry(const QString& path)
         const int dot = old.indexOf(QStringLiteral(". "));
         entry->setText((dot >= 0 ? old.left(dot + 2) : QString::asprintf("%d. ", index + 1)) + text);
     }
-    if (m_bPlaying && index == m_nCurrentIndex) {
-        // Every reader of the song follows the new tags at once, as the host's save asked.
-        m_bRereadingTags = true;
-        m_pNowPlaying->ReadNow(path);
-        m_bRereadingTags = false;
+    if (playing) {
         if (!m_pVisualThread)
             ApplySongToFeed(m_pNowPlaying->Current()); // the feed too, closed or not
         SetMP3VisualTitle(GetPlayingSongName().toUtf8().constData());
