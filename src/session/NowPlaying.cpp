@@ -64,13 +64,11 @@ CNowPlaying::~CNowPlaying()
 void CNowPlaying::ReadNow(const QString& path)
 {
     ++m_nTicket;
-    m_strAsked = path;
     Deliver(ReadNowPlayingSong(path, m_strScratchFolder));
 }
 
 void CNowPlaying::ReadLater(const QString& path)
 {
-    m_strAsked = path;
     if (m_fd < 0) { // no way to be woken: read here rather than not at all
         ReadNow(path);
         return;
@@ -128,7 +126,6 @@ void CNowPlaying::TakeFinished()
 void CNowPlaying::Clear()
 {
     ++m_nTicket;
-    m_strAsked.clear();
     m_current = CNowPlayingSong();
 }
 

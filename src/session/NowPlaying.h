@@ -51,8 +51,6 @@ public:
     void Clear();
     // The last record read, for readers that come later.
     const CNowPlayingSong& Current() const { return m_current; }
-    // The song the last read was asked for (its record may still be on its way).
-    QString AskedPath() const { return m_strAsked; }
 
 signals:
     void songRead(const CNowPlayingSong& song);
@@ -63,7 +61,6 @@ private:
     void TakeFinished();
 
     QString m_strScratchFolder;
-    QString m_strAsked;
     CNowPlayingSong m_current;
     quint64 m_nTicket = 0; // the read asked for last; GUI thread only
 
